@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QVariant>
+
+// The one door to the persistent user settings. Nothing is cached: every
+// call opens the store, so a value written anywhere is seen by the next read.
+class SettingsUtil : public QObject
+{
+    Q_OBJECT
+
+public:
+    static QVariant getSetting(const QString& group, const QString& key, const QVariant& defaultValue);
+    static void setSetting(const QString& group, const QString& key, const QVariant& value);
+    static void clearSetting(const QString& group, const QString& key);
+
+    // Per-user default for Logging/"log_file_directory"; not created here.
+    static QString defaultLogFileDirectory();
+};
+
+// Group and key names with the one default each reader must use.
+namespace Settings {
+
+inline const QString corvaneGroup = QStringLiteral("Corvane");
+inline const QString loggingGroup = QStringLiteral("Logging");
+
+inline const QString executableKey = QStringLiteral("executable");
+inline const QString maxConcurrentProcessesKey = QStringLiteral("max_concurrent_processes");
+inline const QString processTimeoutSecondsKey = QStringLiteral("process_timeout_seconds");
+inline const QString loggingEnabledKey = QStringLiteral("enabled");
+inline const QString logFileDirectoryKey = QStringLiteral("log_file_directory");
+
+constexpr int defaultProcessTimeoutSeconds = 120;
+constexpr int minProcessTimeoutSeconds = 10;
+constexpr int maxProcessTimeoutSeconds = 3600;
+constexpr int minConcurrentProcesses = 1;
+constexpr int maxConcurrentProcesses = 100;
+constexpr bool defaultLoggingEnabled = true;
+
+int defaultMaxConcurrentProcesses();
+
+// Typed readers; each applies the default above.
+QString executable();
+int maxConcurrentProcessesSetting();
+int processTimeoutSeconds();
+bool loggingEnabled();
+QString logFileDirectory();
+
+} // namespace Settings

@@ -1,0 +1,202 @@
+#include "corvaneprocessrunner.h"
+
+#include "settingsutil.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+
+#include <algorithm>
+
+CorvaneProcessRunner::CorvaneProcessRunner(QObject* parent) : QObject(parent)
+{
+    qRegisterMetaType<CorvaneProcessResult>();
+    qRegisterMetaType<CorvaneProcessTask>();
+    refreshExecutablePath();
+    refreshMaxConcurrentProcesses();
+}
+
+CorvaneProcessRunner::~CorvaneProcessRunner()
+{
+    // The processes are children and die with the runner; make sure none of
+    // them reports back into a half-destroyed object.
+    for (const auto& state : running)
+        state->process->disconnect(this);
+}
+
+void CorvaneProcessRunner::enqueueTask(const CorvaneProcessTask& task)
+{
+    queue.append(task);
+}
+
+void CorvaneProcessRunner::setExecutablePath(const QString& path)
+{
+    executablePath = path;
+}
+
+void CorvaneProcessRunner::setMaxConcurrentProcesses(int count)
+{
+    maxConcurrentProcesses = count;
+}
+
+void CorvaneProcessRunner::refreshExecutablePath()
+{
+    setExecutablePath(Settings::executable());
+}
+
+void CorvaneProcessRunner::refreshMaxConcurrentProcesses()
+{
+    setMaxConcurrentProcesses(Settings::maxConcurrentProcessesSetting());
+}
+
+QString CorvaneProcessRunner::getExecutablePath() const
+{
+    if (!executablePath.isEmpty())
+        return executablePath;
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/corvane");
+}
+
+void CorvaneProcessRunner::start()
+{
+    refreshExecutablePath();
+    refreshMaxConcurrentProcesses();
+    startRemainingProcesses();
+}
+
+void CorvaneProcessRunner::clearQueue()
+{
+    queue.clear();
+}
+
+void CorvaneProcessRunner::abortTasksNotYetStarted()
+{
+    while (!queue.isEmpty())
+        emit taskAborted(queue.takeFirst().id);
+}
+
+void CorvaneProcessRunner::startRemainingProcesses()
+{
+    if (queue.isEmpty()) {
+        if (running.empty())
+            emit allTasksFinished();
+        return;
+    }
+    if (int(running.size()) >= maxConcurrentProcesses)
+        return;
+
+    while (true) {
+        const CorvaneProcessTask task = queue.takeFirst();
+
+        auto state = std::make_unique<ProcessState>();
+        state->process = new QProcess(this);
+        state->id = task.id;
+        state->arguments = task.arguments;
+        state->timeout = task.timeout;
+        QProcess* process = state->process;
+        process->setProcessChannelMode(QProcess::SeparateChannels);
+        connect(process, &QProcess::readyReadStandardOutput, this, [this, process] { onStandardOutput(process); });
+        connect(process, &QProcess::readyReadStandardError, this, [this, process] { onStandardError(process); });
+        connect(process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this,
+                [this, process](int exitCode, QProcess::ExitStatus) { onFinished(process, exitCode); });
+
+        // The timer runs from before the start, so a slow start counts too.
+        if (task.timeout > 0) {
+            state->timer = new QTimer(this);
+            state->timer->setSingleShot(true);
+            connect(state->timer, &QTimer::timeout, this, [this, process] { onTimeout(process); });
+            state->timer->start(task.timeout);
+        }
+
+        process->start(getExecutablePath(), task.arguments, QIODevice::ReadWrite);
+        if (!process->waitForStarted(5000)) {
+            // The task is dropped without a signal; what is left in the queue
+            // waits until another process finishes.
+            process->disconnect(this);
+            process->deleteLater();
+            if (state->timer) {
+                state->timer->stop();
+                state->timer->deleteLater();
+            }
+            return;
+        }
+
+        running.push_back(std::move(state));
+        emit processStarted(task.id);
+
+        if (queue.isEmpty()) {
+            if (running.empty())
+                emit allTasksFinished();
+            return;
+        }
+        if (int(running.size()) >= maxConcurrentProcesses)
+            return;
+    }
+}
+
+CorvaneProcessRunner::ProcessState* CorvaneProcessRunner::stateOf(const QProcess* process) const
+{
+    for (const auto& state : running)
+        if (state->process == process)
+            return state.get();
+    return nullptr;
+}
+
+void CorvaneProcessRunner::onStandardOutput(QProcess* process)
+{
+    ProcessState* state = stateOf(process);
+    const QByteArray chunk = process->readAllStandardOutput();
+    if (!state)
+        return;
+    state->stdoutData.append(chunk);
+    // Each chunk is split on its own: a line cut across two chunks is
+    // reported as two lines.
+    const QStringList lines = QString::fromUtf8(chunk).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    const QString id = state->id;
+    for (const QString& line : lines)
+        emit processFeedback(id, line.trimmed().toUtf8());
+}
+
+void CorvaneProcessRunner::onStandardError(QProcess* process)
+{
+    ProcessState* state = stateOf(process);
+    const QByteArray chunk = process->readAllStandardError();
+    if (state)
+        state->stderrData.append(chunk);
+}
+
+void CorvaneProcessRunner::onTimeout(QProcess* process)
+{
+    process->terminate();
+    process->kill();
+}
+
+void CorvaneProcessRunner::onFinished(QProcess* process, int exitCode)
+{
+    auto it = std::find_if(running.begin(), running.end(),
+                           [process](const auto& state) { return state->process == process; });
+    if (it == running.end())
+        return;
+    std::unique_ptr<ProcessState> state = std::move(*it);
+    running.erase(it);
+
+    if (state->timer)
+        state->timer->stop();
+
+    // Output that arrived together with the end is still part of the result.
+    state->stdoutData.append(process->readAllStandardOutput());
+    state->stderrData.append(process->readAllStandardError());
+
+    CorvaneProcessResult result;
+    result.id = state->id;
+    result.exitCode = exitCode;
+    result.stdoutData = state->stdoutData;
+    result.stderrData = state->stderrData;
+
+    process->disconnect(this);
+    process->deleteLater();
+    if (state->timer)
+        state->timer->deleteLater();
+    state.reset();
+
+    emit taskFinished(result);
+    startRemainingProcesses();
+}

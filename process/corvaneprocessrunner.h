@@ -1,0 +1,71 @@
+#pragma once
+
+#include "corvaneprocessresult.h"
+#include "corvaneprocesstask.h"
+
+#include <QList>
+#include <QObject>
+#include <QProcess>
+
+#include <memory>
+#include <vector>
+
+class QTimer;
+
+// Runs queued Corvane invocations with bounded concurrency, all on the GUI
+// thread and driven by the processes' signals. Only a process start is ever
+// waited for.
+class CorvaneProcessRunner : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit CorvaneProcessRunner(QObject* parent = nullptr);
+    ~CorvaneProcessRunner() override;
+
+    void enqueueTask(const CorvaneProcessTask& task);
+    void setExecutablePath(const QString& path);
+    void setMaxConcurrentProcesses(int count);
+    void refreshMaxConcurrentProcesses();
+    QString getExecutablePath() const;
+
+    int queuedTaskCount() const { return queue.size(); }
+    int runningTaskCount() const { return int(running.size()); }
+
+signals:
+    void processStarted(const QString& id);
+    void taskFinished(const CorvaneProcessResult& result);
+    void taskAborted(const QString& id);
+    void allTasksFinished();
+    void processFeedback(const QString& id, const QByteArray& stdoutData);
+
+public slots:
+    void start();
+    void clearQueue();
+    void abortTasksNotYetStarted();
+    void refreshExecutablePath();
+
+private:
+    struct ProcessState
+    {
+        QProcess* process = nullptr;
+        QString id;
+        QStringList arguments;
+        int timeout = 0;
+        QByteArray stdoutData;
+        QByteArray stderrData;
+        QTimer* timer = nullptr;
+    };
+
+    void startRemainingProcesses();
+    ProcessState* stateOf(const QProcess* process) const;
+    void onStandardOutput(QProcess* process);
+    void onStandardError(QProcess* process);
+    void onTimeout(QProcess* process);
+    void onFinished(QProcess* process, int exitCode);
+
+    QString executablePath;
+    int maxConcurrentProcesses = 1;
+    QList<CorvaneProcessTask> queue;
+    std::vector<std::unique_ptr<ProcessState>> running;
+};

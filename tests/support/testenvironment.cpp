@@ -1,0 +1,36 @@
+#include "testenvironment.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSettings>
+
+namespace TestEnvironment {
+
+QString homePath()
+{
+    return QDir::homePath();
+}
+
+QString writeScript(const QString& directory, const QString& name, const QString& body)
+{
+    const QString path = QDir(directory).filePath(name);
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return QString();
+    file.write("#!/bin/sh\n");
+    file.write(body.toUtf8());
+    file.close();
+    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup |
+                        QFile::ExeGroup);
+    return path;
+}
+
+void clearSettings()
+{
+    QSettings settings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Kelmara"),
+                       QStringLiteral("Harnwick"));
+    settings.clear();
+    settings.sync();
+}
+
+} // namespace TestEnvironment

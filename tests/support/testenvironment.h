@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+
+// Paths and helpers shared by the tests. The test main points HOME, the XDG
+// folders and the settings store at a temporary folder before anything runs,
+// so no test touches the real user's files.
+namespace TestEnvironment {
+
+// The temporary folder that stands in for the user's home.
+QString homePath();
+
+// Writes an executable shell script and returns its path.
+QString writeScript(const QString& directory, const QString& name, const QString& body);
+
+// Removes every setting of the program, so a test starts from first-run state.
+void clearSettings();
+
+} // namespace TestEnvironment
