@@ -80,7 +80,8 @@ bool loggingEnabled()
 
 QString logFileDirectory()
 {
-    return SettingsUtil::getSetting(loggingGroup, logFileDirectoryKey, SettingsUtil::defaultLogFileDirectory())
+    return SettingsUtil::getSetting(loggingGroup, logFileDirectoryKey,
+                                    SettingsUtil::defaultLogFileDirectory())
         .toString();
 }
 

@@ -93,8 +93,10 @@ void CorvaneProcessRunner::startRemainingProcesses()
         state->timeout = task.timeout;
         QProcess* process = state->process;
         process->setProcessChannelMode(QProcess::SeparateChannels);
-        connect(process, &QProcess::readyReadStandardOutput, this, [this, process] { onStandardOutput(process); });
-        connect(process, &QProcess::readyReadStandardError, this, [this, process] { onStandardError(process); });
+        connect(process, &QProcess::readyReadStandardOutput, this,
+                [this, process] { onStandardOutput(process); });
+        connect(process, &QProcess::readyReadStandardError, this,
+                [this, process] { onStandardError(process); });
         connect(process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this,
                 [this, process](int exitCode, QProcess::ExitStatus) { onFinished(process, exitCode); });
 

@@ -17,9 +17,12 @@ inline std::vector<Factory>& factories()
     return list;
 }
 
-template <typename T> struct Registrar
+template<typename T> struct Registrar
 {
-    Registrar() { factories().push_back([] { return new T; }); }
+    Registrar()
+    {
+        factories().push_back([] { return new T; });
+    }
 };
 
 } // namespace TestRegistry

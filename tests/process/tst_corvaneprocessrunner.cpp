@@ -1,0 +1,265 @@
+#include "corvaneprocessrunner.h"
+#include "settingsutil.h"
+#include "testenvironment.h"
+#include "testregistry.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+// Drives the runner with tiny shell scripts standing in for the executable.
+class TestCorvaneProcessRunner : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir dir;
+
+    QString script(const QString& name, const QString& body)
+    {
+        return TestEnvironment::writeScript(dir.path(), name, body);
+    }
+
+    static CorvaneProcessTask task(const QString& id, const QStringList& arguments = {}, int timeout = 0)
+    {
+        return CorvaneProcessTask{id, arguments, timeout};
+    }
+
+private slots:
+    void init() { TestEnvironment::clearSettings(); }
+
+    void emptyQueueFinishesAtOnce()
+    {
+        CorvaneProcessRunner runner;
+        QSignalSpy finished(&runner, &CorvaneProcessRunner::allTasksFinished);
+        runner.start();
+        QCOMPARE(finished.count(), 1);
+    }
+
+    void settingsArePickedUpAtStart()
+    {
+        const QString first = script(QStringLiteral("first"), QStringLiteral("echo first\n"));
+        const QString second = script(QStringLiteral("second"), QStringLiteral("echo second\n"));
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, first);
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 3);
+
+        CorvaneProcessRunner runner;
+        QCOMPARE(runner.getExecutablePath(), first);
+
+        // A change after construction only counts from the next start().
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, second);
+        QCOMPARE(runner.getExecutablePath(), first);
+
+        QSignalSpy results(&runner, &CorvaneProcessRunner::taskFinished);
+        QSignalSpy done(&runner, &CorvaneProcessRunner::allTasksFinished);
+        runner.enqueueTask(task(QStringLiteral("a")));
+        runner.start();
+        QTRY_COMPARE(done.count(), 1);
+        QCOMPARE(results.at(0).at(0).value<CorvaneProcessResult>().stdoutData, QByteArray("second\n"));
+
+        // An empty stored path behaves like none: the file next to the program.
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, QString());
+        runner.refreshExecutablePath();
+        QCOMPARE(runner.getExecutablePath(),
+                 QCoreApplication::applicationDirPath() + QStringLiteral("/corvane"));
+    }
+
+    void defaultExecutableNextToProgram()
+    {
+        const QString path = QCoreApplication::applicationDirPath() + QStringLiteral("/corvane");
+        QFile::remove(path);
+        CorvaneProcessRunner runner;
+        QSignalSpy started(&runner, &CorvaneProcessRunner::processStarted);
+        QSignalSpy results(&runner, &CorvaneProcessRunner::taskFinished);
+        QSignalSpy done(&runner, &CorvaneProcessRunner::allTasksFinished);
+
+        // Missing executable: the task is dropped without any signal.
+        runner.enqueueTask(task(QStringLiteral("lost")));
+        runner.start();
+        QTest::qWait(100);
+        QCOMPARE(started.count(), 0);
+        QCOMPARE(results.count(), 0);
+        QCOMPARE(done.count(), 0);
+        QCOMPARE(runner.runningTaskCount(), 0);
+
+        QVERIFY(!TestEnvironment::writeScript(QCoreApplication::applicationDirPath(),
+                                              QStringLiteral("corvane"), QStringLiteral("echo \"$@\"\n"))
+                     .isEmpty());
+        runner.enqueueTask(task(QStringLiteral("found"), {QStringLiteral("batch"), QStringLiteral("-h")}));
+        runner.start();
+        QTRY_COMPARE(done.count(), 1);
+        QFile::remove(path);
+        QCOMPARE(results.count(), 1);
+        const auto result = results.at(0).at(0).value<CorvaneProcessResult>();
+        QCOMPARE(result.id, QStringLiteral("found"));
+        QCOMPARE(result.stdoutData, QByteArray("batch -h\n"));
+    }
+
+    void startFailureStallsTheQueueUntilAnotherFinishes()
+    {
+        CorvaneProcessRunner runner;
+        runner.setMaxConcurrentProcesses(4);
+        QSignalSpy started(&runner, &CorvaneProcessRunner::processStarted);
+        QSignalSpy done(&runner, &CorvaneProcessRunner::allTasksFinished);
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
+                                 dir.filePath(QStringLiteral("absent")));
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 4);
+        runner.enqueueTask(task(QStringLiteral("x")));
+        runner.enqueueTask(task(QStringLiteral("y")));
+        runner.start();
+        // The first start fails and ends the pass; "y" keeps waiting.
+        QTest::qWait(50);
+        QCOMPARE(started.count(), 0);
+        QCOMPARE(runner.queuedTaskCount(), 1);
+        QCOMPARE(done.count(), 0);
+    }
+
+    void runsInQueueOrderWithLimitOne()
+    {
+        const QString log = dir.filePath(QStringLiteral("order.log"));
+        const QString exe = script(QStringLiteral("order"), QStringLiteral("echo \"start $1\" >> '%1'\n"
+                                                                           "sleep 0.05\n"
+                                                                           "echo \"end $1\" >> '%1'\n")
+                                                                .arg(log));
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, exe);
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 1);
+        CorvaneProcessRunner runner;
+        QSignalSpy started(&runner, &CorvaneProcessRunner::processStarted);
+        QSignalSpy done(&runner, &CorvaneProcessRunner::allTasksFinished);
+        for (const char* id : {"one", "two", "three"})
+            runner.enqueueTask(task(QString::fromLatin1(id), {QString::fromLatin1(id)}));
+        runner.start();
+        QCOMPARE(started.count(), 1);
+        QTRY_COMPARE(done.count(), 1);
+        QCOMPARE(started.count(), 3);
+        QCOMPARE(started.at(0).at(0).toString(), QStringLiteral("one"));
+        QCOMPARE(started.at(2).at(0).toString(), QStringLiteral("three"));
+        QFile file(log);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts),
+                 QStringList({QStringLiteral("start one"), QStringLiteral("end one"),
+                              QStringLiteral("start two"), QStringLiteral("end two"),
+                              QStringLiteral("start three"), QStringLiteral("end three")}));
+    }
+
+    void concurrencyNeverExceedsTheLimit()
+    {
+        const QString exe = script(QStringLiteral("nap"), QStringLiteral("sleep 0.1\n"));
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, exe);
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 3);
+        CorvaneProcessRunner runner;
+        int running = 0;
+        int peak = 0;
+        connect(&runner, &CorvaneProcessRunner::processStarted, this, [&] { peak = qMax(peak, ++running); });
+        connect(&runner, &CorvaneProcessRunner::taskFinished, this, [&] { --running; });
+        QSignalSpy results(&runner, &CorvaneProcessRunner::taskFinished);
+        QSignalSpy done(&runner, &CorvaneProcessRunner::allTasksFinished);
+        for (int i = 0; i < 10; ++i)
+            runner.enqueueTask(task(QString::number(i)));
+        runner.start();
+        QTRY_COMPARE_WITH_TIMEOUT(done.count(), 1, 20000);
+        QCOMPARE(results.count(), 10);
+        QCOMPARE(peak, 3);
+    }
+
+    void feedbackLinesAndResults()
+    {
+        // One chunk with an empty line in the middle gives exactly two lines;
+        // stderr is collected but never reported as feedback.
+        const QString exe = script(QStringLiteral("talk"), QStringLiteral("printf '  a \\n\\nb\\n'\n"
+                                                                          "printf 'oops\\n' >&2\n"
+                                                                          "exit 7\n"));
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, exe);
+        CorvaneProcessRunner runner;
+        QSignalSpy feedback(&runner, &CorvaneProcessRunner::processFeedback);
+        QSignalSpy results(&runner, &CorvaneProcessRunner::taskFinished);
+        runner.enqueueTask(task(QStringLiteral("dev")));
+        runner.start();
+        QTRY_COMPARE(results.count(), 1);
+        QCOMPARE(feedback.count(), 2);
+        QCOMPARE(feedback.at(0).at(0).toString(), QStringLiteral("dev"));
+        QCOMPARE(feedback.at(0).at(1).toByteArray(), QByteArray("a"));
+        QCOMPARE(feedback.at(1).at(1).toByteArray(), QByteArray("b"));
+        const auto result = results.at(0).at(0).value<CorvaneProcessResult>();
+        QCOMPARE(result.exitCode, 7);
+        QCOMPARE(result.stdoutData, QByteArray("  a \n\nb\n"));
+        QCOMPARE(result.stderrData, QByteArray("oops\n"));
+    }
+
+    void lineSplitAcrossChunksIsReportedTwice()
+    {
+        const QString exe =
+            script(QStringLiteral("split"), QStringLiteral("printf 'hal'\nsleep 0.3\nprintf 'f\\n'\n"));
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, exe);
+        CorvaneProcessRunner runner;
+        QSignalSpy feedback(&runner, &CorvaneProcessRunner::processFeedback);
+        QSignalSpy results(&runner, &CorvaneProcessRunner::taskFinished);
+        runner.enqueueTask(task(QStringLiteral("dev")));
+        runner.start();
+        QTRY_COMPARE(results.count(), 1);
+        QCOMPARE(feedback.count(), 2);
+        QCOMPARE(feedback.at(0).at(1).toByteArray(), QByteArray("hal"));
+        QCOMPARE(feedback.at(1).at(1).toByteArray(), QByteArray("f"));
+    }
+
+    void timeoutKillsAndZeroTimeoutDoesNot()
+    {
+        const QString exe = script(QStringLiteral("sleeper"), QStringLiteral("sleep \"$1\"\necho woke\n"));
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, exe);
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 2);
+        CorvaneProcessRunner runner;
+        QSignalSpy results(&runner, &CorvaneProcessRunner::taskFinished);
+        QSignalSpy done(&runner, &CorvaneProcessRunner::allTasksFinished);
+        runner.enqueueTask(task(QStringLiteral("slow"), {QStringLiteral("30")}, 200));
+        runner.enqueueTask(task(QStringLiteral("patient"), {QStringLiteral("0.5")}, 0));
+        QElapsedTimer clock;
+        clock.start();
+        runner.start();
+        QTRY_COMPARE_WITH_TIMEOUT(done.count(), 1, 10000);
+        QVERIFY(clock.elapsed() < 10000);
+        QCOMPARE(results.count(), 2);
+        for (const QVariantList& args : results) {
+            const auto result = args.at(0).value<CorvaneProcessResult>();
+            if (result.id == QStringLiteral("slow"))
+                QVERIFY(!result.stdoutData.contains("woke"));
+            else
+                QCOMPARE(result.stdoutData, QByteArray("woke\n"));
+        }
+    }
+
+    void abortLeavesRunningTasksAlone()
+    {
+        const QString exe = script(QStringLiteral("work"), QStringLiteral("sleep 0.3\n"));
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, exe);
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 2);
+        CorvaneProcessRunner runner;
+        QStringList events;
+        connect(&runner, &CorvaneProcessRunner::taskAborted, this,
+                [&](const QString& id) { events << QStringLiteral("aborted ") + id; });
+        connect(&runner, &CorvaneProcessRunner::taskFinished, this,
+                [&](const CorvaneProcessResult& r) { events << QStringLiteral("finished ") + r.id; });
+        connect(&runner, &CorvaneProcessRunner::allTasksFinished, this,
+                [&] { events << QStringLiteral("all"); });
+        for (int i = 1; i <= 5; ++i)
+            runner.enqueueTask(task(QString::number(i)));
+        runner.start();
+        QCOMPARE(runner.runningTaskCount(), 2);
+        runner.abortTasksNotYetStarted();
+        QCOMPARE(events, QStringList({QStringLiteral("aborted 3"), QStringLiteral("aborted 4"),
+                                      QStringLiteral("aborted 5")}));
+        QTRY_COMPARE(events.size(), 6);
+        QVERIFY(events.at(3).startsWith(QStringLiteral("finished ")));
+        QVERIFY(events.at(4).startsWith(QStringLiteral("finished ")));
+        QCOMPARE(events.at(5), QStringLiteral("all"));
+
+        // clearQueue discards silently.
+        runner.enqueueTask(task(QStringLiteral("gone")));
+        runner.clearQueue();
+        QCOMPARE(runner.queuedTaskCount(), 0);
+        QCOMPARE(events.size(), 6);
+    }
+};
+
+HARNWICK_TEST(TestCorvaneProcessRunner)
+#include "tst_corvaneprocessrunner.moc"
