@@ -1,0 +1,183 @@
+#include "bulkoperationswidget.h"
+
+#include "corvaneprocessrunner.h"
+#include "qprogressindicator.h"
+#include "settingsutil.h"
+
+#include <QColor>
+#include <QCoreApplication>
+#include <QEvent>
+#include <QFile>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QLabel>
+#include <QProcess>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QSplitter>
+#include <QStackedWidget>
+
+namespace {
+const QColor corporateRed(217, 30, 42);
+constexpr int executableCheckTimeoutMs = 5000;
+} // namespace
+
+BulkOperationsWidget::BulkOperationsWidget(QWidget* parent) : QWidget(parent)
+{
+    setWindowTitle(tr("Perform Bulk Operations"));
+
+    corvaneProcessRunner = new CorvaneProcessRunner(this);
+
+    deviceSelectorGroupBox = new QGroupBox(tr("Devices"), this);
+    actionSelectorGroupBox = new QGroupBox(tr("Actions"), this);
+    actionEditorStack = new QStackedWidget(this);
+    actionEditorStack->setObjectName(QStringLiteral("actionEditorStack"));
+    debugConnectionGroupBox = new QGroupBox(tr("Add Debug Connection Options"), this);
+
+    errorLabel = new QLabel(this);
+    errorLabel->setObjectName(QStringLiteral("errorLabel"));
+    errorLabel->setStyleSheet(QStringLiteral("QLabel { color: red; }"));
+    errorLabel->setWordWrap(true);
+    errorLabel->hide();
+    connect(this, &BulkOperationsWidget::errorEncountered, this, &BulkOperationsWidget::onErrorEncountered);
+
+    progressBar = new QProgressBar(this);
+    progressBar->setObjectName(QStringLiteral("progressBar"));
+    progressBar->setTextVisible(false);
+    progressBar->hide();
+
+    busyIndicator = new QProgressIndicator(this);
+    busyIndicator->setObjectName(QStringLiteral("busyIndicator"));
+    busyIndicator->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    busyIndicator->setFocusPolicy(Qt::NoFocus);
+    busyIndicator->setColor(corporateRed);
+
+    runButton = new QPushButton(tr("Run"), this);
+    runButton->setObjectName(QStringLiteral("runButton"));
+    runButton->setToolTip(tr("Run batch job on selected devices"));
+    runButton->setEnabled(false);
+    runButton->setDefault(true);
+    runButton->setMinimumWidth(100);
+    runButton->setMaximumWidth(200);
+
+    versionLabel = new QLabel(QStringLiteral("0v1p1b1957"), this);
+    versionLabel->setObjectName(QStringLiteral("versionLabel"));
+    versionLabel->setStyleSheet(QStringLiteral("QLabel { color: darkgrey; }"));
+
+    actionSplitter = new QSplitter(Qt::Horizontal, this);
+    actionSplitter->setChildrenCollapsible(false);
+    actionSplitter->addWidget(actionSelectorGroupBox);
+    actionSplitter->addWidget(actionEditorStack);
+    pageSplitter = new QSplitter(Qt::Vertical, this);
+    pageSplitter->setChildrenCollapsible(false);
+    pageSplitter->addWidget(deviceSelectorGroupBox);
+    pageSplitter->addWidget(actionSplitter);
+
+    auto* layout = new QGridLayout(this);
+    layout->addWidget(pageSplitter, 0, 0, 1, 4);
+    layout->addWidget(debugConnectionGroupBox, 1, 0, 1, 4);
+    layout->addWidget(errorLabel, 2, 0, 1, 4);
+    layout->addWidget(versionLabel, 3, 0, Qt::AlignLeft);
+    layout->addWidget(progressBar, 3, 1);
+    layout->setColumnStretch(1, 1);
+    layout->addWidget(busyIndicator, 3, 2, Qt::AlignRight);
+    layout->addWidget(runButton, 3, 3, Qt::AlignRight);
+
+    corvaneExecutableValid = validateCorvaneExecutable(QString());
+    if (!corvaneExecutableValid)
+        emit errorEncountered(
+            tr("The provided Lumenar Corvane path is not valid. Please provide a valid path "
+               "in the settings."));
+}
+
+BulkOperationsWidget::~BulkOperationsWidget() = default;
+
+bool BulkOperationsWidget::validateCorvaneExecutable(const QString& path)
+{
+    QString executable = path;
+    if (executable.isEmpty()) {
+        corvaneProcessRunner->refreshExecutablePath();
+        executable = corvaneProcessRunner->getExecutablePath();
+    }
+    if (!QFile::exists(executable))
+        return false;
+
+    // A bounded wait on purpose: the check must answer before the page is usable.
+    QProcess process;
+    process.start(executable, {QStringLiteral("batch"), QStringLiteral("-h")}, QIODevice::ReadWrite);
+    const bool finished = process.waitForFinished(executableCheckTimeoutMs);
+    if (!finished) {
+        process.kill();
+        process.waitForFinished(1000);
+        return false;
+    }
+    return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+}
+
+void BulkOperationsWidget::newCorvaneExecutablePathSet(const QString& newPath)
+{
+    clearErrorMessage();
+    corvaneExecutableValid = validateCorvaneExecutable(newPath);
+    if (!corvaneExecutableValid)
+        emit errorEncountered(
+            tr("The provided Lumenar Corvane path is not valid. Please provide a valid path "
+               "in the settings."));
+}
+
+void BulkOperationsWidget::onErrorEncountered(const QString& message)
+{
+    errorLabel->setText(tr("ERROR: %1").arg(message));
+    errorLabel->show();
+}
+
+void BulkOperationsWidget::clearErrorMessage()
+{
+    errorLabel->clear();
+    errorLabel->hide();
+}
+
+bool BulkOperationsWidget::loggingIsEnabled() const
+{
+    return Settings::loggingEnabled();
+}
+
+QStringList BulkOperationsWidget::parseCommandLineArguments(const QString& command)
+{
+    return QProcess::splitCommand(command);
+}
+
+QString BulkOperationsWidget::themedIconSuffix(const QPalette& palette)
+{
+    return palette.color(QPalette::Window).lightness() > 127 ? QStringLiteral("-light")
+                                                             : QStringLiteral("-dark");
+}
+
+void BulkOperationsWidget::enableGuiElements(bool enable)
+{
+    actionSelectorGroupBox->setEnabled(enable);
+    actionEditorStack->setEnabled(enable);
+    debugConnectionGroupBox->setEnabled(enable);
+}
+
+void BulkOperationsWidget::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+}
+
+void BulkOperationsWidget::closeVariableExplorer()
+{
+    if (variableExplorer)
+        variableExplorer->close();
+}
+
+void BulkOperationsWidget::loadBatchJob(const QString& path)
+{
+    emit errorEncountered(
+        tr("Could not load the job %1: loading jobs is not available in this build.").arg(path));
+}
+
+void BulkOperationsWidget::saveBatchJob(const QString& path)
+{
+    emit errorEncountered(
+        tr("Could not save the job %1: saving jobs is not available in this build.").arg(path));
+}

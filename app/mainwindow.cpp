@@ -1,0 +1,215 @@
+#include "mainwindow.h"
+
+#include "aboutbox.h"
+#include "bulkoperationswidget.h"
+#include "settingsutil.h"
+
+#include <QCloseEvent>
+#include <QDesktopServices>
+#include <QDir>
+#include <QFile>
+#include <QFileDialog>
+#include <QInputDialog>
+#include <QMenuBar>
+#include <QStandardPaths>
+#include <QThread>
+#include <QUrl>
+
+namespace {
+const QString jobFileExtension = QStringLiteral("hwj");
+}
+
+MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
+{
+    setWindowTitle(tr("Harnwick"));
+    bulkOperationsWidget = new BulkOperationsWidget(this);
+    setCentralWidget(bulkOperationsWidget);
+    setupMenuBar();
+
+    const QString session = lastSessionPath();
+    if (QFile::exists(session))
+        bulkOperationsWidget->loadBatchJob(session);
+
+    bulkOperationsWidget->show();
+    adjustSize();
+}
+
+QString MainWindow::lastSessionDirectory()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) + QStringLiteral("/session/");
+}
+
+QString MainWindow::lastSessionPath()
+{
+    return lastSessionDirectory() + QStringLiteral("last_session.%1").arg(jobFileExtension);
+}
+
+QString MainWindow::jobFileFilter() const
+{
+    return tr("Harnwick Job Files (*.%1);;All Files (*)").arg(jobFileExtension);
+}
+
+void MainWindow::setupMenuBar()
+{
+    // The menus keep string-based connections on purpose.
+    QMenu* fileMenu = menuBar()->addMenu(tr("&File"));
+    QAction* loadAction = fileMenu->addAction(tr("&Load Job..."));
+    connect(loadAction, SIGNAL(triggered()), this, SLOT(loadBatchJob()));
+    QAction* saveAction = fileMenu->addAction(tr("&Save Job..."));
+    connect(saveAction, SIGNAL(triggered()), this, SLOT(saveBatchJob()));
+    fileMenu->addSeparator();
+    QAction* exitAction = fileMenu->addAction(tr("E&xit"));
+    exitAction->setShortcut(QKeySequence::Quit);
+    connect(exitAction, SIGNAL(triggered()), this, SLOT(close()));
+
+    QMenu* loggingMenu = menuBar()->addMenu(tr("&Logging"));
+    QAction* enableLogging = loggingMenu->addAction(tr("&Enable Logging"));
+    enableLogging->setCheckable(true);
+    enableLogging->setChecked(Settings::loggingEnabled());
+    connect(enableLogging, SIGNAL(toggled(bool)), this, SLOT(loggingEnabledToggled(bool)));
+    loggingMenu->addSeparator();
+    QAction* openLogs = loggingMenu->addAction(tr("&Open Log File Directory"));
+    connect(openLogs, SIGNAL(triggered()), this, SLOT(openLogFileDirectory()));
+    QAction* setLogs = loggingMenu->addAction(tr("Set &Log File Directory..."));
+    connect(setLogs, SIGNAL(triggered()), this, SLOT(setLogFileDirectory()));
+    QAction* revertLogs = loggingMenu->addAction(tr("&Revert Log File Directory to Default"));
+    connect(revertLogs, SIGNAL(triggered()), this, SLOT(revertLogFileDirectory()));
+
+    QMenu* settingsMenu = menuBar()->addMenu(tr("&Settings"));
+    QAction* concurrency = settingsMenu->addAction(tr("Set &Max Concurrent Processes..."));
+    connect(concurrency, SIGNAL(triggered()), this, SLOT(editMaxConcurrentProcesses()));
+    QAction* timeout = settingsMenu->addAction(tr("Set &Process Timeout..."));
+    connect(timeout, SIGNAL(triggered()), this, SLOT(editProcessTimeout()));
+    settingsMenu->addSeparator();
+    QAction* setPath = settingsMenu->addAction(tr("Set &Path to Corvane Executable..."));
+    connect(setPath, SIGNAL(triggered()), this, SLOT(setCorvanePath()));
+    QAction* revertPath = settingsMenu->addAction(tr("&Revert Corvane Executable Path to Default"));
+    connect(revertPath, SIGNAL(triggered()), this, SLOT(revertCorvanePath()));
+
+    QMenu* helpMenu = menuBar()->addMenu(tr("&Help"));
+    QAction* aboutAction = helpMenu->addAction(tr("&About Harnwick"));
+    connect(aboutAction, SIGNAL(triggered()), this, SLOT(about()));
+    QMenu* guides = helpMenu->addMenu(tr("Online &User Guides"));
+    QAction* corvaneGuide = guides->addAction(tr("Lumenar &Corvane User Guide..."));
+    connect(corvaneGuide, SIGNAL(triggered()), this, SLOT(openLumenarCorvaneOnlineUserGuide()));
+    QAction* adapterGuide = guides->addAction(tr("Lumenar &Link Adapter User Guide..."));
+    connect(adapterGuide, SIGNAL(triggered()), this, SLOT(openLumenarLinkAdapterOnlineUserGuide()));
+}
+
+void MainWindow::about()
+{
+    AboutBox box;
+    box.exec(QStringLiteral("Harnwick"), QStringLiteral("0v1p1b1957"), 2025,
+             QStringLiteral(":/icons/Harnwick256.png"), {box.libQt()});
+}
+
+void MainWindow::openLumenarCorvaneOnlineUserGuide()
+{
+    QDesktopServices::openUrl(QUrl(AboutBox::corvaneUserGuideUrl()));
+}
+
+void MainWindow::openLumenarLinkAdapterOnlineUserGuide()
+{
+    QDesktopServices::openUrl(QUrl(AboutBox::linkAdapterUserGuideUrl()));
+}
+
+void MainWindow::loadBatchJob()
+{
+    if (!bulkOperationsWidget)
+        return;
+    const QString path =
+        QFileDialog::getOpenFileName(this, tr("Load Job"), QDir::homePath(), jobFileFilter());
+    if (!path.isEmpty())
+        bulkOperationsWidget->loadBatchJob(path);
+}
+
+void MainWindow::saveBatchJob()
+{
+    if (!bulkOperationsWidget)
+        return;
+    const QString path =
+        QFileDialog::getSaveFileName(this, tr("Save Job"), QDir::homePath(), jobFileFilter());
+    if (!path.isEmpty())
+        bulkOperationsWidget->saveBatchJob(path);
+}
+
+void MainWindow::editMaxConcurrentProcesses()
+{
+    const int ideal = QThread::idealThreadCount();
+    bool ok = false;
+    const int value =
+        QInputDialog::getInt(this, tr("Set Max Concurrent Processes"),
+                             tr("Enter the maximum number of concurrent Corvane processes to run \n(default "
+                                "on your system is %1):")
+                                 .arg(ideal),
+                             Settings::maxConcurrentProcessesSetting(), Settings::minConcurrentProcesses,
+                             Settings::maxConcurrentProcesses, 1, &ok);
+    if (ok)
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, value);
+}
+
+void MainWindow::editProcessTimeout()
+{
+    bool ok = false;
+    const int value = QInputDialog::getInt(
+        this, tr("Set Process Timeout"),
+        tr("Enter the timeout in seconds for each Corvane process \n(default is %1 seconds):")
+            .arg(Settings::defaultProcessTimeoutSeconds),
+        Settings::processTimeoutSeconds(), Settings::minProcessTimeoutSeconds,
+        Settings::maxProcessTimeoutSeconds, 1, &ok);
+    if (ok)
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::processTimeoutSecondsKey, value);
+}
+
+void MainWindow::loggingEnabledToggled(bool enabled)
+{
+    SettingsUtil::setSetting(Settings::loggingGroup, Settings::loggingEnabledKey, enabled);
+}
+
+void MainWindow::openLogFileDirectory()
+{
+    const QString directory = Settings::logFileDirectory();
+    if (!QDir(directory).exists())
+        QDir().mkpath(directory);
+    QDesktopServices::openUrl(QUrl::fromLocalFile(directory));
+}
+
+void MainWindow::setLogFileDirectory()
+{
+    const QString directory = QFileDialog::getExistingDirectory(
+        this, tr("Select Log File Directory"), Settings::logFileDirectory(), QFileDialog::ShowDirsOnly);
+    if (!directory.isEmpty())
+        SettingsUtil::setSetting(Settings::loggingGroup, Settings::logFileDirectoryKey, directory);
+}
+
+void MainWindow::revertLogFileDirectory()
+{
+    SettingsUtil::clearSetting(Settings::loggingGroup, Settings::logFileDirectoryKey);
+}
+
+void MainWindow::setCorvanePath()
+{
+    const QString path =
+        QFileDialog::getOpenFileName(this, tr("Select Corvane Executable"),
+                                     QStandardPaths::writableLocation(QStandardPaths::ApplicationsLocation));
+    if (path.isEmpty())
+        return;
+    SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, path);
+    bulkOperationsWidget->newCorvaneExecutablePathSet(path);
+}
+
+void MainWindow::revertCorvanePath()
+{
+    SettingsUtil::clearSetting(Settings::corvaneGroup, Settings::executableKey);
+    bulkOperationsWidget->newCorvaneExecutablePathSet(QString());
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    bulkOperationsWidget->closeVariableExplorer();
+    const QString directory = lastSessionDirectory();
+    if (!QDir(directory).exists())
+        QDir().mkpath(directory);
+    bulkOperationsWidget->saveBatchJob(lastSessionPath());
+    QWidget::closeEvent(event);
+}

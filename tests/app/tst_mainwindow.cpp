@@ -1,0 +1,230 @@
+#include "bulkoperationswidget.h"
+#include "mainwindow.h"
+#include "settingsutil.h"
+#include "testenvironment.h"
+#include "testregistry.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFileDialog>
+#include <QInputDialog>
+#include <QLabel>
+#include <QMenuBar>
+#include <QSpinBox>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QThread>
+#include <QTimer>
+
+#include <functional>
+
+class TestMainWindow : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir dir;
+
+    static QList<QAction*> entries(QMenu* menu)
+    {
+        QList<QAction*> result;
+        for (QAction* action : menu->actions())
+            result << action;
+        return result;
+    }
+
+    static QMenu* menu(MainWindow& window, const QString& title)
+    {
+        for (QAction* action : window.menuBar()->actions())
+            if (action->text() == title)
+                return action->menu();
+        return nullptr;
+    }
+
+    static QAction* entry(QMenu* menu, const QString& text)
+    {
+        for (QAction* action : menu->actions())
+            if (action->text() == text)
+                return action;
+        return nullptr;
+    }
+
+    // Runs `inspect` on the modal dialog that `trigger` opens.
+    template<typename Dialog> static void whenModal(const std::function<void(Dialog*)>& inspect)
+    {
+        QTimer::singleShot(0, [inspect] {
+            QTRY_VERIFY(qobject_cast<Dialog*>(QApplication::activeModalWidget()));
+            auto* dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget());
+            inspect(dialog);
+            // A failed check returns early: never leave the dialog blocking the test.
+            if (dialog->isVisible())
+                dialog->reject();
+        });
+    }
+
+private slots:
+    void init() { TestEnvironment::clearSettings(); }
+
+    void menusInOrder()
+    {
+        MainWindow window;
+        QCOMPARE(window.windowTitle(), QStringLiteral("Harnwick"));
+        QCOMPARE(window.centralWidget(), window.page());
+        QStringList titles;
+        for (QAction* action : window.menuBar()->actions())
+            titles << action->text();
+        QCOMPARE(titles, QStringList({"&File", "&Logging", "&Settings", "&Help"}));
+
+        auto texts = [](QMenu* m) {
+            QStringList list;
+            for (QAction* a : entries(m))
+                list << (a->isSeparator() ? QStringLiteral("|") : a->text());
+            return list;
+        };
+        QCOMPARE(texts(menu(window, "&File")), QStringList({"&Load Job...", "&Save Job...", "|", "E&xit"}));
+        QCOMPARE(texts(menu(window, "&Logging")),
+                 QStringList({"&Enable Logging", "|", "&Open Log File Directory",
+                              "Set &Log File Directory...", "&Revert Log File Directory to Default"}));
+        QCOMPARE(texts(menu(window, "&Settings")),
+                 QStringList({"Set &Max Concurrent Processes...", "Set &Process Timeout...", "|",
+                              "Set &Path to Corvane Executable...",
+                              "&Revert Corvane Executable Path to Default"}));
+        QCOMPARE(texts(menu(window, "&Help")), QStringList({"&About Harnwick", "Online &User Guides"}));
+        QMenu* guides = entry(menu(window, "&Help"), "Online &User Guides")->menu();
+        QVERIFY(guides);
+        QCOMPARE(texts(guides),
+                 QStringList({"Lumenar &Corvane User Guide...", "Lumenar &Link Adapter User Guide..."}));
+        QCOMPARE(entry(menu(window, "&File"), "E&xit")->shortcut(), QKeySequence(QKeySequence::Quit));
+    }
+
+    void loggingToggle()
+    {
+        {
+            MainWindow window;
+            QAction* enable = entry(menu(window, "&Logging"), "&Enable Logging");
+            QVERIFY(enable->isCheckable());
+            QVERIFY(enable->isChecked()); // first start: logging on
+            enable->toggle();
+            QCOMPARE(Settings::loggingEnabled(), false);
+            QVERIFY(!window.page()->loggingIsEnabled());
+        }
+        MainWindow again;
+        QVERIFY(!entry(menu(again, "&Logging"), "&Enable Logging")->isChecked());
+    }
+
+    void concurrencyDialog()
+    {
+        MainWindow window;
+        whenModal<QInputDialog>([](QInputDialog* dialog) {
+            QCOMPARE(dialog->windowTitle(), QStringLiteral("Set Max Concurrent Processes"));
+            QCOMPARE(dialog->labelText(),
+                     QStringLiteral("Enter the maximum number of concurrent Corvane processes "
+                                    "to run \n(default on your system is %1):")
+                         .arg(QThread::idealThreadCount()));
+            QCOMPARE(dialog->intValue(), QThread::idealThreadCount());
+            QCOMPARE(dialog->intMinimum(), 1);
+            QCOMPARE(dialog->intMaximum(), 100);
+            QCOMPARE(dialog->intStep(), 1);
+            dialog->setIntValue(500); // refused: clamps to the maximum
+            dialog->accept();
+        });
+        window.editMaxConcurrentProcesses();
+        QCOMPARE(Settings::maxConcurrentProcessesSetting(), 100);
+
+        whenModal<QInputDialog>([](QInputDialog* dialog) {
+            QCOMPARE(dialog->intValue(), 100);
+            dialog->setIntValue(4);
+            dialog->reject();
+        });
+        window.editMaxConcurrentProcesses();
+        QCOMPARE(Settings::maxConcurrentProcessesSetting(), 100);
+    }
+
+    void timeoutDialog()
+    {
+        MainWindow window;
+        whenModal<QInputDialog>([](QInputDialog* dialog) {
+            QCOMPARE(dialog->windowTitle(), QStringLiteral("Set Process Timeout"));
+            QCOMPARE(
+                dialog->labelText(),
+                QStringLiteral(
+                    "Enter the timeout in seconds for each Corvane process \n(default is 120 seconds):"));
+            QCOMPARE(dialog->intValue(), 120);
+            QCOMPARE(dialog->intMinimum(), 10);
+            QCOMPARE(dialog->intMaximum(), 3600);
+            dialog->setIntValue(3);
+            dialog->accept();
+        });
+        window.editProcessTimeout();
+        QCOMPARE(Settings::processTimeoutSeconds(), 10);
+    }
+
+    void logDirectoryEntries()
+    {
+        MainWindow window;
+        const QString chosen = dir.filePath(QStringLiteral("chosen logs"));
+        QDir().mkpath(chosen);
+        whenModal<QFileDialog>([chosen](QFileDialog* dialog) {
+            QCOMPARE(dialog->windowTitle(), QStringLiteral("Select Log File Directory"));
+            QVERIFY(dialog->testOption(QFileDialog::ShowDirsOnly));
+            dialog->setDirectory(chosen);
+            dialog->selectFile(chosen);
+            QMetaObject::invokeMethod(dialog, "accept");
+        });
+        window.setLogFileDirectory();
+        QCOMPARE(QDir(Settings::logFileDirectory()).canonicalPath(), QDir(chosen).canonicalPath());
+
+        window.revertLogFileDirectory();
+        QCOMPARE(Settings::logFileDirectory(), SettingsUtil::defaultLogFileDirectory());
+
+        // Opening the default directory creates it first.
+        QVERIFY(!QDir(SettingsUtil::defaultLogFileDirectory()).exists());
+        window.openLogFileDirectory();
+        QVERIFY(QDir(SettingsUtil::defaultLogFileDirectory()).exists());
+        QDir(SettingsUtil::defaultLogFileDirectory()).removeRecursively();
+    }
+
+    void corvanePathEntries()
+    {
+        MainWindow window;
+        auto* error = window.page()->findChild<QLabel*>(QStringLiteral("errorLabel"));
+        QVERIFY(!error->isHidden());
+        const QString executable =
+            TestEnvironment::writeScript(dir.path(), QStringLiteral("corvane"), QStringLiteral("exit 0\n"));
+        whenModal<QFileDialog>([executable](QFileDialog* dialog) {
+            QCOMPARE(dialog->windowTitle(), QStringLiteral("Select Corvane Executable"));
+            dialog->selectFile(executable);
+            QMetaObject::invokeMethod(dialog, "accept");
+        });
+        window.setCorvanePath();
+        QCOMPARE(Settings::executable(), executable);
+        QVERIFY(window.page()->corvaneExecutableIsValid());
+        QVERIFY(error->isHidden());
+
+        // Reverting removes the key and checks the file next to the program, which is absent here.
+        window.revertCorvanePath();
+        QCOMPARE(
+            SettingsUtil::getSetting(Settings::corvaneGroup, Settings::executableKey, QStringLiteral("none")),
+            QVariant(QStringLiteral("none")));
+        QVERIFY(!window.page()->corvaneExecutableIsValid());
+        QVERIFY(!error->isHidden());
+
+        // Cancelling the dialog changes nothing.
+        whenModal<QFileDialog>([](QFileDialog* dialog) { dialog->reject(); });
+        window.setCorvanePath();
+        QCOMPARE(Settings::executable(), QString());
+    }
+
+    void closingCreatesTheSessionFolder()
+    {
+        QDir(MainWindow::lastSessionDirectory()).removeRecursively();
+        MainWindow window;
+        QVERIFY(MainWindow::lastSessionPath().endsWith(QStringLiteral("/session/last_session.hwj")));
+        QVERIFY(MainWindow::lastSessionPath().startsWith(TestEnvironment::homePath()));
+        window.show();
+        QVERIFY(window.close());
+        QVERIFY(QDir(MainWindow::lastSessionDirectory()).exists());
+    }
+};
+
+HARNWICK_TEST(TestMainWindow)
+#include "tst_mainwindow.moc"
