@@ -33,6 +33,8 @@ BulkOperationsWidget::BulkOperationsWidget(QWidget* parent) : QWidget(parent)
     actionEditorStack = new QStackedWidget(this);
     actionEditorStack->setObjectName(QStringLiteral("actionEditorStack"));
     debugConnectionGroupBox = new QGroupBox(tr("Add Debug Connection Options"), this);
+    // Filling of the device selector box (devices/):
+    // Filling of the action box, the editor stack and the debug box (actions/):
 
     errorLabel = new QLabel(this);
     errorLabel->setObjectName(QStringLiteral("errorLabel"));

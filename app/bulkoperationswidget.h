@@ -49,10 +49,18 @@ public slots:
     void onErrorEncountered(const QString& message);
     void clearErrorMessage();
 
+    // --- Device selector slots (devices/) ---
+
+    // --- Action selector, editor and job slots (actions/) ---
+
 protected:
     void changeEvent(QEvent* event) override;
 
 private:
+    // --- Device selector members and helpers (devices/) ---
+
+    // --- Action selector, editor and job members and helpers (actions/) ---
+
     CorvaneProcessRunner* corvaneProcessRunner = nullptr;
 
     QGroupBox* deviceSelectorGroupBox = nullptr;
