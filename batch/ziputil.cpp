@@ -35,7 +35,7 @@ public:
         terminate();
         if (!waitForFinished(1000)) {
             kill();
-            waitForFinished(-1);
+            waitForFinished(5000);
         }
     }
 

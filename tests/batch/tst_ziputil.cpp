@@ -221,9 +221,13 @@ private slots:
         QVERIFY(lastError(errors).startsWith("Process (\"zip -r "));
         QVERIFY(lastError(errors).endsWith("/out.zip .\") could not start."));
 
+        QVERIFY(!util.zip(root.filePath("content"), "/proc/job.hwj"));
+        QCOMPARE(lastError(errors),
+                 QString("Could not create a temporary folder in \"/proc\" for writing the zip archive."));
+
         QVERIFY(!util.zip(root.filePath("out.hwj"), QStringList(), root.path()));
         QCOMPARE(lastError(errors), QString("No items to zip were provided."));
-        QCOMPARE(errors.size(), 4);
+        QCOMPARE(errors.size(), 5);
         QCOMPARE(tree(root.path()),
                  (QStringList{"content/", "content/a.txt", "plain", "taken.hwj/", "taken.hwj/inside/"}));
     }
