@@ -11,6 +11,11 @@ QString homePath()
     return QDir::homePath();
 }
 
+QString simulatorPath()
+{
+    return QStringLiteral(HARNWICK_SIMULATOR_PATH);
+}
+
 QString writeScript(const QString& directory, const QString& name, const QString& body)
 {
     const QString path = QDir(directory).filePath(name);

@@ -13,6 +13,9 @@ QString homePath();
 // Writes an executable shell script and returns its path.
 QString writeScript(const QString& directory, const QString& name, const QString& body);
 
+// The device simulator built with the project, which stands in for the device tool.
+QString simulatorPath();
+
 // Removes every setting of the program, so a test starts from first-run state.
 void clearSettings();
 
