@@ -1,0 +1,274 @@
+#include "batchutil.h"
+#include "simulatorprocess.h"
+#include "testregistry.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+using Step = QMap<QString, QVariant>;
+
+Step step(const QString& task, bool enabled, const Step& settings = {})
+{
+    Step result = settings;
+    result.insert(QStringLiteral("task"), task);
+    result.insert(QStringLiteral("enabled"), enabled);
+    return result;
+}
+
+// Writes the job as a bundle with the project's own writer, as Harnwick does before a run.
+QString writeBundle(const QString& directory, const QList<Step>& steps, const QStringList& parameters = {})
+{
+    BatchUtil::DeviceEntry device;
+    device.serialNumber = 801002345;
+    device.targetDevice = QStringLiteral("KM32G101F512");
+    device.connectionType = BatchUtil::Usb;
+    device.nickname = QStringLiteral("bench-left");
+    device.selected = true;
+    const QString path = QDir(directory).filePath(QStringLiteral("bulk_operation_20250101_120000.hwj"));
+    BatchUtil batchUtil;
+    return batchUtil.bundleWrite(path, steps, {device}, true, QStringLiteral("SWD"), 4000, parameters)
+               ? path
+               : QString();
+}
+
+QString writeFile(const QString& directory, const QString& name, int size)
+{
+    const QString path = QDir(directory).filePath(name);
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly))
+        file.write(QByteArray(size, '\x5a'));
+    return path;
+}
+
+QList<int> actionNumbers(const QStringList& lines)
+{
+    static const QRegularExpression running(QStringLiteral("^Running action\\s+(\\d+)"));
+    QList<int> numbers;
+    for (const QString& line : lines) {
+        const QRegularExpressionMatch match = running.match(line);
+        if (match.hasMatch())
+            numbers.append(match.captured(1).toInt());
+    }
+    return numbers;
+}
+
+QStringList onSerial(const QString& bundle, const QStringList& more = {})
+{
+    return QStringList{"batch", bundle, "--serialno", "801002345"} + more;
+}
+
+} // namespace
+
+class TestSimulatorBatch : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void actionsAreNumberedByTheirPlaceInTheJob();
+    void parametersAreSubstituted();
+    void logFileIsAppended();
+    void failuresAndExitCodes();
+    void timeoutEndsTheRun();
+    void speedScalesTheWaiting();
+    void faultsStrikeTheirAction();
+};
+
+void TestSimulatorBatch::actionsAreNumberedByTheirPlaceInTheJob()
+{
+    QTemporaryDir dir;
+    const QString image = writeFile(dir.path(), "fw.bin", 20000);
+    const QString bundle = writeBundle(
+        dir.path(), {step("log_device_info", true), step("wait", false, {{"duration_ms", 10}}),
+                     step("flash_target_device", true,
+                          {{"image_file", image},
+                           {"start_address", "0x00008000"},
+                           {"flags", QStringList{"verify_after_flash", "reset_after_flash"}}}),
+                     step("recover_target_device", false), step("mass_erase_target_device", true)});
+    QVERIFY(!bundle.isEmpty());
+    const auto outcome = SimulatorProcess(dir.path()).run(onSerial(bundle));
+    QCOMPARE(outcome.exitCode, 0);
+    const QStringList lines = outcome.lines();
+    QCOMPARE(actionNumbers(lines), QList<int>({1, 3, 5}));
+    QVERIFY(lines.contains("Skipping disabled action 2"));
+    QVERIFY(lines.contains("Skipping disabled action 4"));
+    QVERIFY(lines.contains("Flashing fw.bin (20000 bytes) to KM32G101F512 at 0x00008000"));
+    const int programmed = lines.indexOf("Programming: 100%");
+    QVERIFY(programmed > lines.indexOf(QRegularExpression("Running action 3: .*")));
+    QVERIFY(programmed < lines.indexOf(QRegularExpression("Running action 5: .*")));
+    QVERIFY(lines.indexOf("Verifying: 100%") > programmed);
+    QCOMPARE(lines.last(), QString("Job finished: 3 actions run, 2 skipped"));
+}
+
+void TestSimulatorBatch::parametersAreSubstituted()
+{
+    QTemporaryDir dir;
+    const SimulatorProcess simulator(dir.path());
+    const QString bundle = writeBundle(
+        dir.path(),
+        {step("run_custom_command", true,
+              {{"arguments", QStringList{"device", "info", "--tag={{serial_number}}/{{nickname}}"}},
+               {"append_connection_option", true}}),
+         step("wait", false, {{"duration_ms", "{{never_given}}"}}),
+         step("set_adapter_debug_mode", true, {{"mode", "{{mode}}"}})},
+        {"serial_number", "nickname", "mode"});
+    QVERIFY(!bundle.isEmpty());
+
+    const QStringList arguments{"batch",       bundle,
+                                "--ip",        "192.0.2.20",
+                                "--parameter", "serial_number:801020001",
+                                "--parameter", "nickname:bench-dual",
+                                "--parameter", "mode:mini"};
+    const auto outcome = simulator.run(arguments);
+    QCOMPARE(outcome.exitCode, 0);
+    QVERIFY(outcome.lines().contains(
+        "Running custom command: corvane device info --tag=801020001/bench-dual --ip 192.0.2.20"));
+    QVERIFY(outcome.lines().contains("Adapter debug mode is MINI"));
+    QCOMPARE(simulator.records().last().value("command").toString(), QString("batch"));
+    QCOMPARE(simulator.records().last().value("arguments").toArray(), QJsonArray::fromStringList(arguments));
+
+    // A variable without a value fails its action; the disabled step's variable never mattered.
+    const auto unknown = simulator.run({"batch", bundle, "--ip", "192.0.2.20", "--parameter",
+                                        "serial_number:1", "--parameter", "nickname:x"});
+    QCOMPARE(unknown.exitCode, 1);
+    QCOMPARE(actionNumbers(unknown.lines()), QList<int>({1, 3}));
+    QVERIFY(unknown.lines().last().startsWith("ERROR: Action 3 uses the variable '{{mode}}'"));
+}
+
+void TestSimulatorBatch::logFileIsAppended()
+{
+    QTemporaryDir dir;
+    const SimulatorProcess simulator(dir.path());
+    const QString bundle = writeBundle(dir.path(), {step("wait", true, {{"duration_ms", 5}})});
+    const QString log = QDir(dir.path()).filePath("801002345.txt");
+    const auto first = simulator.run(onSerial(bundle, {"--logfile", log}));
+    const auto second = simulator.run(onSerial(bundle, {"--logfile", log}));
+    QCOMPARE(second.exitCode, 0);
+    QFile file(log);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), first.stdoutData + second.stdoutData);
+
+    const auto unwritable = simulator.run(onSerial(bundle, {"--logfile", dir.path()}));
+    QCOMPARE(unwritable.exitCode, 2);
+    QVERIFY(unwritable.stderrData.contains("log file"));
+}
+
+void TestSimulatorBatch::failuresAndExitCodes()
+{
+    QTemporaryDir dir;
+    const SimulatorProcess simulator(dir.path());
+    const QString logInfo = writeBundle(dir.path(), {step("log_device_info", true)});
+
+    const auto unknownAdapter = simulator.run({"batch", logInfo, "--serialno", "123456789"});
+    QCOMPARE(unknownAdapter.exitCode, 1);
+    QVERIFY(actionNumbers(unknownAdapter.lines()).isEmpty());
+
+    // The wide-serial adapter cannot identify its target unless told.
+    const auto unidentified = simulator.run({"batch", logInfo, "--serialno", "3000123456"});
+    QCOMPARE(unidentified.exitCode, 1);
+    QVERIFY(unidentified.lines().last().contains("--device"));
+    QCOMPARE(
+        simulator.run({"batch", logInfo, "--serialno", "3000123456", "--device", "KM40H330F1024"}).exitCode,
+        0);
+
+    const QString notABundle = writeFile(dir.path(), "broken.hwj", 100);
+    const auto unreadable = simulator.run(onSerial(notABundle));
+    QCOMPARE(unreadable.exitCode, 3);
+    QVERIFY(unreadable.lines().last().startsWith("ERROR: "));
+
+    const QString bin = writeFile(dir.path(), "app.bin", 100);
+    struct Case
+    {
+        Step step;
+        QString complaint;
+    };
+    const QList<Case> cases{
+        {step("flash_target_device", true,
+              {{"image_file", dir.filePath("absent.hex")}, {"flags", QStringList()}}),
+         "Could not open image file"},
+        {step("flash_target_device", true, {{"image_file", bin}, {"flags", QStringList()}}),
+         "needs a start address"},
+        {step("install_adapter_firmware", true,
+              {{"use_default", false}, {"emz_file", dir.filePath("no.emz")}}),
+         "Could not open firmware file"},
+        {step("wait", true, {{"duration_ms", "soon"}}), "Invalid wait duration"},
+        {step("reboot", true), "Unknown task 'reboot'"},
+    };
+    for (const Case& failing : cases) {
+        const QString bundle =
+            writeBundle(dir.path(), {step("wait", true, {{"duration_ms", 1}}), failing.step});
+        const auto outcome = simulator.run(onSerial(bundle));
+        QCOMPARE(outcome.exitCode, 1);
+        QCOMPARE(actionNumbers(outcome.lines()), QList<int>({1, 2}));
+        QVERIFY2(outcome.lines().last().contains(failing.complaint), qPrintable(outcome.lines().last()));
+    }
+}
+
+void TestSimulatorBatch::timeoutEndsTheRun()
+{
+    QTemporaryDir dir;
+    SimulatorProcess simulator(dir.path());
+    const QString bundle = writeBundle(dir.path(), {step("wait", true, {{"duration_ms", 4000}}),
+                                                    step("wait", true, {{"duration_ms", 4000}})});
+    QCOMPARE(simulator.run(onSerial(bundle, {"--timeout", "9"})).exitCode, 0);
+    const auto timedOut = simulator.run(onSerial(bundle, {"--timeout", "6"}));
+    QCOMPARE(timedOut.exitCode, 4);
+    QCOMPARE(timedOut.lines().last(), QString("ERROR: Timed out after 6 s during action 2."));
+
+    // A hanging action ends at the time limit instead of never.
+    simulator.setFleet("adapters:\n  - serial: 801002345\n    part: KM32G101F512\n"
+                       "    faults:\n      - {command: batch, effect: hang, step: 1}\n");
+    const auto hung = simulator.run(onSerial(bundle, {"--timeout", "30"}));
+    QCOMPARE(hung.exitCode, 4);
+    QCOMPARE(hung.lines().last(), QString("ERROR: Timed out after 30 s during action 1."));
+}
+
+void TestSimulatorBatch::speedScalesTheWaiting()
+{
+    QTemporaryDir dir;
+    SimulatorProcess simulator(dir.path());
+    // An hour of simulated waiting costs nothing at speed 0.
+    const QString hour = writeBundle(dir.path(), {step("wait", true, {{"duration_ms", 3600000}})});
+    QVERIFY(simulator.run(onSerial(hour)).finished);
+
+    simulator.setSpeed("0.5");
+    const QString bundle = writeBundle(dir.path(), {step("wait", true, {{"duration_ms", 1200}})});
+    const auto halfSpeed = simulator.run(onSerial(bundle));
+    QCOMPARE(halfSpeed.exitCode, 0);
+    QVERIFY(halfSpeed.elapsedMs >= 600);
+}
+
+void TestSimulatorBatch::faultsStrikeTheirAction()
+{
+    QTemporaryDir dir;
+    SimulatorProcess simulator(dir.path());
+    simulator.setFleet("adapters:\n  - serial: 801002345\n    part: KM32G101F512\n    faults:\n"
+                       "      - {command: batch, effect: flood, step: 1, lines: 5000}\n"
+                       "      - {command: batch, effect: non_utf8, step: 2}\n"
+                       "      - {command: batch, effect: fail, step: 3, exit_code: 5}\n"
+                       "  - serial: 801002346\n    part: KM32G101F512\n    faults:\n"
+                       "      - {command: batch, effect: crash, step: 2}\n");
+    const QString bundle = writeBundle(dir.path(), {step("wait", true, {{"duration_ms", 1}}),
+                                                    step("wait", true, {{"duration_ms", 2}}),
+                                                    step("wait", true, {{"duration_ms", 3}})});
+    const auto outcome = simulator.run(onSerial(bundle));
+    QCOMPARE(outcome.exitCode, 5);
+    QCOMPARE(actionNumbers(outcome.lines()), QList<int>({1, 2, 3}));
+    QCOMPARE(outcome.lines().filter(QRegularExpression("^Transfer detail \\d+ of 5000$")).size(), 5000);
+    // Only the lines of action 2 carry the stray bytes, not the line announcing it.
+    QVERIFY(outcome.stdoutData.contains("Waiting 2 ms \xff\xfe\xb0\n"));
+    QVERIFY(outcome.stdoutData.contains("Running action 2: wait\n"));
+    QVERIFY(outcome.stdoutData.contains("Running action 3: wait\nERROR: Simulated failure.\n"));
+
+    const auto crashed = simulator.run({"batch", bundle, "--serialno", "801002346"});
+    QCOMPARE(crashed.exitStatus, QProcess::CrashExit);
+    QCOMPARE(actionNumbers(crashed.lines()), QList<int>({1, 2}));
+}
+
+HARNWICK_TEST(TestSimulatorBatch)
+#include "tst_simulatorbatch.moc"
