@@ -34,6 +34,7 @@ BulkOperationsWidget::BulkOperationsWidget(QWidget* parent) : QWidget(parent)
     actionEditorStack->setObjectName(QStringLiteral("actionEditorStack"));
     debugConnectionGroupBox = new QGroupBox(tr("Add Debug Connection Options"), this);
     // Filling of the device selector box (devices/):
+    setupDeviceSelectorBox();
     // Filling of the action box, the editor stack and the debug box (actions/):
 
     errorLabel = new QLabel(this);
@@ -90,6 +91,9 @@ BulkOperationsWidget::BulkOperationsWidget(QWidget* parent) : QWidget(parent)
         emit errorEncountered(
             tr("The provided Lumenar Corvane path is not valid. Please provide a valid path "
                "in the settings."));
+
+    if (corvaneExecutableValid)
+        deviceSelectorOpnCompleterFetchSuggestions();
 }
 
 BulkOperationsWidget::~BulkOperationsWidget() = default;
@@ -156,6 +160,7 @@ QString BulkOperationsWidget::themedIconSuffix(const QPalette& palette)
 
 void BulkOperationsWidget::enableGuiElements(bool enable)
 {
+    deviceSelectorEnableGuiElements(enable);
     actionSelectorGroupBox->setEnabled(enable);
     actionEditorStack->setEnabled(enable);
     debugConnectionGroupBox->setEnabled(enable);

@@ -1,19 +1,35 @@
 #pragma once
 
+#include "batchutil.h"
+#include "corvaneprocessresult.h"
+
 #include <QElapsedTimer>
 #include <QMap>
+#include <QPair>
 #include <QString>
 #include <QStringList>
 #include <QWidget>
 
 class CorvaneProcessRunner;
+class DeviceSelectorTreeView;
+class DynamicComboBox;
+class FlashingRowStyleDelegate;
+class QCheckBox;
+class QColor;
+class QCompleter;
 class QGroupBox;
 class QLabel;
+class QLineEdit;
+class QMenu;
+class QModelIndex;
+class QPoint;
 class QProgressBar;
 class QProgressIndicator;
 class QPushButton;
 class QSplitter;
 class QStackedWidget;
+class QStandardItemModel;
+template<typename Button> class ReloadButton;
 
 // The page that owns everything that does work: the device selector, the
 // action list and editor pages, the debug connection options, the process
@@ -50,6 +66,42 @@ public slots:
     void clearErrorMessage();
 
     // --- Device selector slots (devices/) ---
+    void clearDeviceStatus(int deviceIndex);
+    void setDeviceStatusInfo(int deviceIndex, const QString& status, const QString& tooltip,
+                             const QColor& color);
+    void setDeviceStatusError(int deviceIndex, const QString& status, const QString& tooltip);
+    void deviceSelectorAddManualDeviceRow();
+    void deviceSelectorDiscoverDevices();
+    void deviceSelectorDiscoverUsbDevicesToggled(bool checked);
+    void deviceSelectorDiscoverIpDevicesToggled(bool checked);
+    void deviceSelectorParseDiscoveredDevices(const CorvaneProcessResult& result);
+    void deviceSelectorProbeAdapterSelectedDevices();
+    void deviceSelectorProbeAdapterParseResult(int deviceIndex, const CorvaneProcessResult& result);
+    void deviceSelectorDetectTargetDeviceHighlightedDevices();
+    void deviceSelectorParseDetectedOpn(int deviceIndex, const CorvaneProcessResult& result);
+    void deviceSelectorRemoveHighlightedDevices();
+    void deviceSelectorSelectAllDevices();
+    void deviceSelectorDeselectAllDevices();
+    void deviceSelectorSelectHighlightedDevices();
+    void deviceSelectorDeselectHighlightedDevices();
+    void deviceSelectorClearTargetPartHighlightedDevices();
+    // Job runs own this one; until they exist it only reports that running is
+    // not available.
+    void deviceSelectorRunJobOnHighlightedDevices();
+    void deviceSelectorOpenCorvaneForHighlightedDevices();
+    void deviceSelectorOpenCorvaneForDevice(const QModelIndex& index);
+    void deviceSelectorShowContextMenu(const QPoint& pos);
+    void deviceSelectorOpnTextChanged();
+    void deviceSelectorOnConnectionTypeComboBoxOpened();
+    void deviceSelectorFlashRow(int deviceIndex, const QColor& color);
+    void deviceSelectorOpenLogForHighlightedDevices();
+    void deviceSelectorOnClicked(const QModelIndex& index);
+    void deviceSelectorOnCommitData(const QModelIndex& index);
+    void deviceSelectorDoubleClicked(const QModelIndex& index);
+    // The runner's reports while a discovery, probe or detection owns it.
+    void deviceSelectorOnTaskFinished(const CorvaneProcessResult& result);
+    void deviceSelectorOnAllTasksFinished();
+
 
     // --- Action selector, editor and job slots (actions/) ---
 
@@ -58,6 +110,59 @@ protected:
 
 private:
     // --- Device selector members and helpers (devices/) ---
+public:
+    void addDeviceToTable(const QString& serialNumber, const QString& ipAddress, const QString& targetPart,
+                          const QString& nickname, bool usb, bool ip, bool checked, bool editable);
+    QString getDeviceIdInModel(int row) const;
+    int getDeviceIndexInModel(const QString& id) const;
+    static QString connectionTypeToString(BatchUtil::ConnectionType type);
+    static BatchUtil::ConnectionType connectionTypeFromString(const QString& text);
+    void setRowColor(int deviceIndex, const QColor& color);
+    void clearRowColor(int deviceIndex);
+    static QColor over(const QColor& a, const QColor& b, double t);
+    QString deviceSelectorGetLogFilePath(const QString& deviceId) const;
+    bool deviceSelectorLogFileExists(const QString& deviceId) const;
+    // Writes the row error and returns false when the row's device id cannot
+    // name a log file (it holds a path separator or "..").
+    bool deviceSelectorCheckLogFileName(int deviceIndex);
+    void deviceSelectorOpnCompleterFetchSuggestions();
+    // Hands a finished task to discovery, probe or detection by the current
+    // operation and the task id. Returns false when no device operation is
+    // current, i.e. the result belongs to a job run.
+    bool deviceSelectorRouteTaskResult(const CorvaneProcessResult& result);
+    bool deviceSelectorOperationRunning() const;
+    // The device context menu for the current highlight, not yet shown.
+    QMenu* deviceSelectorCreateContextMenu(QWidget* parent);
+    // "gui" with the row's connection arguments; empty when the row cannot
+    // be reached.
+    QStringList deviceSelectorCorvaneWindowArguments(int row) const;
+
+private:
+    void setupDeviceSelectorBox();
+    void deviceSelectorEnableGuiElements(bool enable);
+    // Queues one task per entry (id, own arguments after the common ones) and
+    // wires the runner to the device part until all have finished.
+    bool deviceSelectorRunInParallel(const QStringList& baseArguments,
+                                     const QList<QPair<QString, QStringList>>& entries);
+    DynamicComboBox* deviceSelectorConnectionComboBox(int row) const;
+    QList<int> deviceSelectorHighlightedRows() const;
+    void deviceSelectorSetCheckState(const QList<int>& rows, Qt::CheckState state);
+    void deviceSelectorResizeColumns();
+    void deviceSelectorResizeColumn(int column);
+
+    QCheckBox* deviceSelectorDiscoverUsbCheckBox = nullptr;
+    QCheckBox* deviceSelectorDiscoverIpCheckBox = nullptr;
+    ReloadButton<QPushButton>* deviceSelectorDiscoverButton = nullptr;
+    DeviceSelectorTreeView* deviceSelectorTreeView = nullptr;
+    QStandardItemModel* deviceSelectorModel = nullptr;
+    FlashingRowStyleDelegate* deviceSelectorRowDelegate = nullptr;
+    QPushButton* deviceSelectorAddButton = nullptr;
+    QLineEdit* deviceSelectorOpnLineEdit = nullptr;
+    QCompleter* deviceSelectorOpnCompleter = nullptr;
+    QCheckBox* deviceSelectorApplyToAllCheckBox = nullptr;
+    // While positive, column resizing waits for the end of a batch of rows.
+    int deviceSelectorBatchDepth = 0;
+
 
     // --- Action selector, editor and job members and helpers (actions/) ---
 

@@ -1,0 +1,158 @@
+// Discovery of adapters, and the runner plumbing that discovery, probing and
+// part detection share: they queue their tasks through
+// deviceSelectorRunInParallel and their results come back by operation and
+// task id through deviceSelectorRouteTaskResult.
+
+#include "bulkoperationswidget.h"
+#include "corvaneprocessrunner.h"
+#include "corvanereplies.h"
+#include "deviceselectorcolumns.h"
+#include "deviceselectortreeview.h"
+#include "qprogressindicator.h"
+#include "reloadbutton.h"
+
+#include <QCheckBox>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QStandardItemModel>
+
+void BulkOperationsWidget::deviceSelectorDiscoverDevices()
+{
+    if (!corvaneExecutableValid) {
+        emit errorEncountered(
+            tr("Cannot discover devices because the Lumenar Corvane executable is not valid. "
+               "Please provide a valid path in the settings."));
+        return;
+    }
+    if (deviceSelectorOperationRunning())
+        return;
+
+    QList<QPair<QString, QStringList>> searches;
+    if (deviceSelectorDiscoverUsbCheckBox->isChecked())
+        searches.append({CorvaneReplies::usbDiscoveryTaskId, QStringList()});
+    if (deviceSelectorDiscoverIpCheckBox->isChecked())
+        searches.append({CorvaneReplies::ipDiscoveryTaskId, CorvaneReplies::ipDiscoveryExtraArguments()});
+
+    // Checked rows, typed-in ones too, survive a new discovery; any state that
+    // is not a readable non-zero number does not.
+    for (int row = deviceSelectorModel->rowCount() - 1; row >= 0; --row) {
+        bool readable = false;
+        const int state =
+            deviceSelectorModel->index(row, DeviceSelectColumn).data(Qt::CheckStateRole).toInt(&readable);
+        if (!readable || state == 0)
+            deviceSelectorModel->removeRow(row);
+    }
+
+    discoveryRunning = true;
+    deviceSelectorRunInParallel(CorvaneReplies::discoveryArguments(), searches);
+}
+
+void BulkOperationsWidget::deviceSelectorParseDiscoveredDevices(const CorvaneProcessResult& result)
+{
+    const CorvaneReplies::DiscoveryReply reply =
+        CorvaneReplies::readDiscoveryReply(result.exitCode, result.stdoutData);
+    if (!reply.ok) {
+        emit errorEncountered(reply.errorMessage);
+        return;
+    }
+    if (reply.adapters.isEmpty())
+        return;
+
+    const bool usb = result.id == CorvaneReplies::usbDiscoveryTaskId;
+    const bool ip = result.id == CorvaneReplies::ipDiscoveryTaskId;
+    // Columns are sized once for the whole reply, not once per adapter: with
+    // hundreds of adapters the per-row sizing is what the user would wait for.
+    ++deviceSelectorBatchDepth;
+    for (const CorvaneReplies::DiscoveredAdapter& adapter : reply.adapters)
+        addDeviceToTable(adapter.serialNumber, adapter.ipAddress, QString(), adapter.nickname, usb, ip, false,
+                         true);
+    --deviceSelectorBatchDepth;
+    deviceSelectorResizeColumns();
+}
+
+bool BulkOperationsWidget::deviceSelectorOperationRunning() const
+{
+    return discoveryRunning || adapterProbeRunning || partDetectionRunning;
+}
+
+bool BulkOperationsWidget::deviceSelectorRunInParallel(const QStringList& baseArguments,
+                                                       const QList<QPair<QString, QStringList>>& entries)
+{
+    if (!corvaneExecutableValid) {
+        emit errorEncountered(tr("Cannot start job; the configured path does not point to a valid Corvane "
+                                 "executable. Please provide a valid path in the settings."));
+        discoveryRunning = adapterProbeRunning = partDetectionRunning = false;
+        return false;
+    }
+
+    clearErrorMessage();
+    for (const auto& entry : entries) {
+        const int row = getDeviceIndexInModel(entry.first);
+        if (row >= 0)
+            clearDeviceStatus(row);
+    }
+    corvaneProcessRunner->clearQueue();
+    for (const auto& entry : entries) {
+        CorvaneProcessTask task;
+        task.id = entry.first;
+        task.arguments = baseArguments + entry.second;
+        task.timeout = 0;
+        corvaneProcessRunner->enqueueTask(task);
+    }
+
+    // Wired for this operation only; a job run wires the runner its own way.
+    connect(corvaneProcessRunner, &CorvaneProcessRunner::taskFinished, this,
+            &BulkOperationsWidget::deviceSelectorOnTaskFinished, Qt::UniqueConnection);
+    connect(corvaneProcessRunner, &CorvaneProcessRunner::allTasksFinished, this,
+            &BulkOperationsWidget::deviceSelectorOnAllTasksFinished, Qt::UniqueConnection);
+
+    progressBar->setRange(0, int(entries.size()));
+    progressBar->setValue(0);
+    progressBar->setVisible(true);
+    busyIndicator->start();
+    enableGuiElements(false);
+    runButton->setEnabled(false);
+
+    corvaneProcessRunner->start();
+    return true;
+}
+
+void BulkOperationsWidget::deviceSelectorOnTaskFinished(const CorvaneProcessResult& result)
+{
+    progressBar->setValue(progressBar->value() + 1);
+    deviceSelectorRouteTaskResult(result);
+}
+
+bool BulkOperationsWidget::deviceSelectorRouteTaskResult(const CorvaneProcessResult& result)
+{
+    if (discoveryRunning) {
+        if (result.id == CorvaneReplies::usbDiscoveryTaskId || result.id == CorvaneReplies::ipDiscoveryTaskId)
+            deviceSelectorParseDiscoveredDevices(result);
+        return true;
+    }
+    if (adapterProbeRunning || partDetectionRunning) {
+        // A device removed from the table meanwhile has no row to report to.
+        const int row = getDeviceIndexInModel(result.id);
+        if (row < 0)
+            return true;
+        if (adapterProbeRunning)
+            deviceSelectorProbeAdapterParseResult(row, result);
+        else
+            deviceSelectorParseDetectedOpn(row, result);
+        return true;
+    }
+    return false;
+}
+
+void BulkOperationsWidget::deviceSelectorOnAllTasksFinished()
+{
+    disconnect(corvaneProcessRunner, &CorvaneProcessRunner::taskFinished, this,
+               &BulkOperationsWidget::deviceSelectorOnTaskFinished);
+    disconnect(corvaneProcessRunner, &CorvaneProcessRunner::allTasksFinished, this,
+               &BulkOperationsWidget::deviceSelectorOnAllTasksFinished);
+    enableGuiElements(true);
+    progressBar->hide();
+    busyIndicator->stop();
+    discoveryRunning = adapterProbeRunning = partDetectionRunning = false;
+    runButton->setEnabled(true);
+}

@@ -1,0 +1,115 @@
+// Status cells and row colours of the device table.
+
+#include "bulkoperationswidget.h"
+#include "corporatecolors.h"
+#include "deviceselectorcolumns.h"
+#include "flashingrowstyledelegate.h"
+
+#include <QDateTime>
+#include <QIcon>
+#include <QStandardItemModel>
+#include <QTimer>
+
+namespace {
+// The flash as painted lasts hold plus fade; its data goes a little later.
+constexpr int flashCleanupMs = FlashingRowStyleDelegate::HoldMs + FlashingRowStyleDelegate::FadeMs + 50;
+} // namespace
+
+void BulkOperationsWidget::setDeviceStatusInfo(int deviceIndex, const QString& status, const QString& tooltip,
+                                               const QColor& color)
+{
+    QStandardItem* item =
+        deviceSelectorModel ? deviceSelectorModel->item(deviceIndex, DeviceStatusColumn) : nullptr;
+    if (!item)
+        return;
+    item->setText(status);
+    item->setToolTip(tooltip);
+    deviceSelectorResizeColumn(DeviceStatusColumn);
+    if (!color.isValid()) {
+        item->setIcon(QIcon());
+        return;
+    }
+    if (color == CORPORATE_GREEN)
+        item->setIcon(QIcon(QStringLiteral(":/graphics/dot-green.png")));
+    else if (color == CORPORATE_YELLOW)
+        item->setIcon(QIcon(QStringLiteral(":/graphics/dot-yellow.png")));
+    deviceSelectorFlashRow(deviceIndex, color);
+}
+
+void BulkOperationsWidget::setDeviceStatusError(int deviceIndex, const QString& status,
+                                                const QString& tooltip)
+{
+    QStandardItem* item =
+        deviceSelectorModel ? deviceSelectorModel->item(deviceIndex, DeviceStatusColumn) : nullptr;
+    if (!item)
+        return;
+    item->setText(tr("ERROR: %1").arg(status));
+    item->setToolTip(tooltip);
+    deviceSelectorResizeColumn(DeviceStatusColumn);
+    item->setIcon(QIcon(QStringLiteral(":/graphics/dot-red.png")));
+    deviceSelectorFlashRow(deviceIndex, CORPORATE_RED);
+}
+
+void BulkOperationsWidget::clearDeviceStatus(int deviceIndex)
+{
+    QStandardItem* item =
+        deviceSelectorModel ? deviceSelectorModel->item(deviceIndex, DeviceStatusColumn) : nullptr;
+    if (!item)
+        return;
+    item->setText(QString());
+    item->setToolTip(QString());
+    item->setIcon(QIcon());
+    clearRowColor(deviceIndex);
+}
+
+void BulkOperationsWidget::deviceSelectorFlashRow(int deviceIndex, const QColor& color)
+{
+    if (!deviceSelectorModel)
+        return;
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    for (int column = 0; column < deviceSelectorModel->columnCount(); ++column) {
+        QStandardItem* item = deviceSelectorModel->item(deviceIndex, column);
+        if (!item)
+            continue;
+        item->setData(now, FlashingRowStyleDelegate::FlashStartRole);
+        item->setData(color, FlashingRowStyleDelegate::FlashColorRole);
+        item->setData(FlashingRowStyleDelegate::HoldMs, FlashingRowStyleDelegate::FlashHoldRole);
+        item->setData(FlashingRowStyleDelegate::FadeMs, FlashingRowStyleDelegate::FlashFadeRole);
+    }
+    // The row is addressed by its number at the time of flashing: if rows move
+    // meanwhile, whatever row then has that number loses its flash data.
+    QTimer::singleShot(flashCleanupMs, this, [this, deviceIndex] {
+        for (int column = 0; column < deviceSelectorModel->columnCount(); ++column) {
+            QStandardItem* item = deviceSelectorModel->item(deviceIndex, column);
+            if (!item)
+                continue;
+            for (int role :
+                 {FlashingRowStyleDelegate::FlashStartRole, FlashingRowStyleDelegate::FlashColorRole,
+                  FlashingRowStyleDelegate::FlashHoldRole, FlashingRowStyleDelegate::FlashFadeRole})
+                item->setData(QVariant(), role);
+        }
+    });
+}
+
+void BulkOperationsWidget::setRowColor(int deviceIndex, const QColor& color)
+{
+    if (!deviceSelectorModel)
+        return;
+    for (int column = 0; column < deviceSelectorModel->columnCount(); ++column)
+        if (QStandardItem* item = deviceSelectorModel->item(deviceIndex, column))
+            item->setData(QBrush(color), Qt::BackgroundRole);
+}
+
+void BulkOperationsWidget::clearRowColor(int deviceIndex)
+{
+    if (!deviceSelectorModel)
+        return;
+    for (int column = 0; column < deviceSelectorModel->columnCount(); ++column)
+        if (QStandardItem* item = deviceSelectorModel->item(deviceIndex, column))
+            item->setData(QVariant(), Qt::BackgroundRole);
+}
+
+QColor BulkOperationsWidget::over(const QColor& a, const QColor& b, double t)
+{
+    return FlashingRowStyleDelegate::blend(a, b, t);
+}

@@ -1,0 +1,535 @@
+// The device table of the bulk operations page: its widgets, rows, merge
+// rules, connection boxes and the target part line edit.
+
+#include "bulkoperationswidget.h"
+#include "corvaneprocessrunner.h"
+#include "corvanereplies.h"
+#include "deviceselectorcolumns.h"
+#include "deviceselectortreeview.h"
+#include "dynamiccombobox.h"
+#include "flashingrowstyledelegate.h"
+#include "reloadbutton.h"
+#include "rowordering.h"
+#include "selectallonclickfilter.h"
+
+#include <QCheckBox>
+#include <QCompleter>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHeaderView>
+#include <QIcon>
+#include <QLineEdit>
+#include <QProcess>
+#include <QPushButton>
+#include <QStandardItemModel>
+#include <QStringListModel>
+
+#include <algorithm>
+
+namespace {
+constexpr int completionTimeoutMs = 5000;
+
+const QString usbText = QStringLiteral("USB");
+const QString ipText = QStringLiteral("IP");
+const QString notAvailableText = QStringLiteral("N/A");
+
+// Names of the device-specific job variables shown by the Variable Explorer.
+const QString serialNumberVariable = QStringLiteral("serial_number");
+const QString ipAddressVariable = QStringLiteral("ip_address");
+const QString targetPartVariable = QStringLiteral("target_part");
+const QString nicknameVariable = QStringLiteral("nickname");
+} // namespace
+
+void BulkOperationsWidget::setupDeviceSelectorBox()
+{
+    if (!deviceSelectorGroupBox)
+        return;
+
+    deviceSelectorOpnCompleter = new QCompleter(QStringList(), this);
+    deviceSelectorOpnCompleter->setCaseSensitivity(Qt::CaseInsensitive);
+    deviceSelectorOpnCompleter->setFilterMode(Qt::MatchContains);
+
+    deviceSelectorDiscoverButton =
+        new ReloadButton<QPushButton>(tr("Discover Available Devices"), deviceSelectorGroupBox);
+    deviceSelectorDiscoverButton->setObjectName(QStringLiteral("deviceSelectorDiscoverButton"));
+    auto* discoverButton = deviceSelectorDiscoverButton;
+    connect(discoverButton, &QPushButton::clicked, discoverButton,
+            [discoverButton] { discoverButton->animateRotation(); });
+    connect(discoverButton, &QPushButton::clicked, this,
+            &BulkOperationsWidget::deviceSelectorDiscoverDevices);
+
+    deviceSelectorDiscoverUsbCheckBox = new QCheckBox(tr("Discover USB Devices"), deviceSelectorGroupBox);
+    deviceSelectorDiscoverUsbCheckBox->setObjectName(QStringLiteral("deviceSelectorDiscoverUsbCheckBox"));
+    deviceSelectorDiscoverUsbCheckBox->setChecked(true);
+    connect(deviceSelectorDiscoverUsbCheckBox, &QCheckBox::toggled, this,
+            &BulkOperationsWidget::deviceSelectorDiscoverUsbDevicesToggled);
+    deviceSelectorDiscoverIpCheckBox = new QCheckBox(tr("Discover IP Devices"), deviceSelectorGroupBox);
+    deviceSelectorDiscoverIpCheckBox->setObjectName(QStringLiteral("deviceSelectorDiscoverIpCheckBox"));
+    deviceSelectorDiscoverIpCheckBox->setChecked(true);
+    connect(deviceSelectorDiscoverIpCheckBox, &QCheckBox::toggled, this,
+            &BulkOperationsWidget::deviceSelectorDiscoverIpDevicesToggled);
+
+    deviceSelectorModel = new QStandardItemModel(0, DeviceColumnCount, this);
+    deviceSelectorModel->setObjectName(QStringLiteral("deviceSelectorModel"));
+    deviceSelectorModel->setHorizontalHeaderLabels(
+        {QStringLiteral("Select"), QStringLiteral("Connection"), QStringLiteral("Serial Number"),
+         QStringLiteral("IP Address"), QStringLiteral("Target Part"), QStringLiteral("Nickname"),
+         QStringLiteral("Status")});
+
+    deviceSelectorTreeView = new DeviceSelectorTreeView(deviceSelectorGroupBox);
+    deviceSelectorTreeView->setObjectName(QStringLiteral("deviceSelectorTreeView"));
+    deviceSelectorTreeView->setModel(deviceSelectorModel);
+    deviceSelectorTreeView->setSortingEnabled(true);
+    deviceSelectorTreeView->setAlternatingRowColors(true);
+    deviceSelectorRowDelegate = new FlashingRowStyleDelegate(deviceSelectorTreeView);
+    deviceSelectorTreeView->setItemDelegate(deviceSelectorRowDelegate);
+    deviceSelectorTreeView->setMinimumWidth(900);
+    deviceSelectorTreeView->setMinimumHeight(320);
+    deviceSelectorTreeView->setIndentation(0);
+    deviceSelectorTreeView->setContextMenuPolicy(Qt::CustomContextMenu);
+    deviceSelectorTreeView->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    deviceSelectorTreeView->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    deviceSelectorTreeView->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    deviceSelectorTreeView->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    deviceSelectorTreeView->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+
+    deviceSelectorAddButton =
+        new QPushButton(QIcon(QStringLiteral(":/graphics/add.png")), tr("Add"), deviceSelectorGroupBox);
+    deviceSelectorAddButton->setObjectName(QStringLiteral("deviceSelectorAddButton"));
+    deviceSelectorAddButton->setMaximumWidth(100);
+    deviceSelectorAddButton->setToolTip(tr("Add a new device to the list manually."));
+    connect(deviceSelectorAddButton, &QPushButton::clicked, this,
+            &BulkOperationsWidget::deviceSelectorAddManualDeviceRow);
+
+    deviceSelectorOpnLineEdit = new QLineEdit(deviceSelectorGroupBox);
+    deviceSelectorOpnLineEdit->setObjectName(QStringLiteral("deviceSelectorOpnLineEdit"));
+    deviceSelectorOpnLineEdit->setPlaceholderText(tr("Assign target part number"));
+    deviceSelectorOpnLineEdit->setCompleter(deviceSelectorOpnCompleter);
+    deviceSelectorOpnLineEdit->setToolTip(tr("Specify the target part number to use. Right click one or more "
+                                             "specific devices to detect their target parts."));
+    deviceSelectorOpnLineEdit->setMinimumWidth(200);
+    deviceSelectorOpnLineEdit->installEventFilter(new SelectAllOnClickFilter(deviceSelectorOpnLineEdit));
+    connect(deviceSelectorOpnLineEdit, &QLineEdit::textChanged, this,
+            &BulkOperationsWidget::deviceSelectorOpnTextChanged);
+
+    deviceSelectorApplyToAllCheckBox = new QCheckBox(tr("Apply to all"), deviceSelectorGroupBox);
+    deviceSelectorApplyToAllCheckBox->setObjectName(QStringLiteral("deviceSelectorApplyToAllCheckBox"));
+    deviceSelectorApplyToAllCheckBox->setChecked(true);
+    deviceSelectorApplyToAllCheckBox->setToolTip(
+        tr("When checked, the specified target part number will be applied to all devices in the list. "
+           "\nOtherwise, it will only be applied to the currently highlighted devices."));
+
+    auto* layout = new QGridLayout(deviceSelectorGroupBox);
+    layout->addWidget(deviceSelectorDiscoverUsbCheckBox, 0, 0);
+    layout->addWidget(deviceSelectorDiscoverIpCheckBox, 0, 1);
+    layout->addWidget(deviceSelectorDiscoverButton, 0, 3, 1, 2, Qt::AlignRight);
+    layout->addWidget(deviceSelectorTreeView, 1, 0, 1, 5);
+    layout->addWidget(deviceSelectorAddButton, 2, 0);
+    layout->addWidget(deviceSelectorOpnLineEdit, 2, 3);
+    layout->addWidget(deviceSelectorApplyToAllCheckBox, 2, 4);
+    layout->setColumnStretch(1, 1);
+
+    connect(deviceSelectorTreeView, &QWidget::customContextMenuRequested, this,
+            &BulkOperationsWidget::deviceSelectorShowContextMenu, Qt::UniqueConnection);
+    connect(deviceSelectorTreeView, &QAbstractItemView::clicked, this,
+            &BulkOperationsWidget::deviceSelectorOnClicked);
+    connect(deviceSelectorTreeView, &DeviceSelectorTreeView::dataCommitted, this,
+            &BulkOperationsWidget::deviceSelectorOnCommitData);
+    connect(deviceSelectorTreeView, &QAbstractItemView::doubleClicked, this,
+            &BulkOperationsWidget::deviceSelectorDoubleClicked);
+}
+
+void BulkOperationsWidget::addDeviceToTable(const QString& serialNumber, const QString& ipAddress,
+                                            const QString& targetPart, const QString& nickname, bool usb,
+                                            bool ip, bool checked, bool editable)
+{
+    if (!deviceSelectorModel)
+        return;
+
+    QString mergedIp = ipAddress;
+    QString mergedPart = targetPart;
+    QString mergedNickname = nickname;
+    QString oldConnection;
+    bool merged = false;
+
+    // Only the serial number identifies a row here, so two rows with empty
+    // serial numbers (IP-only adapters) count as the same device.
+    const int rowCount = deviceSelectorModel->rowCount();
+    for (int row = 0; row < rowCount; ++row) {
+        const QStandardItem* serialItem = deviceSelectorModel->item(row, DeviceSerialNumberColumn);
+        if (!serialItem || serialItem->text() != serialNumber)
+            continue;
+        merged = true;
+        const QStandardItem* selectItem = deviceSelectorModel->item(row, DeviceSelectColumn);
+        const bool oldChecked = selectItem && selectItem->checkState() != Qt::Unchecked;
+        if (DynamicComboBox* combo = deviceSelectorConnectionComboBox(row))
+            oldConnection = combo->currentText();
+        auto oldText = [this, row](int column) {
+            const QStandardItem* item = deviceSelectorModel->item(row, column);
+            return item ? item->text() : QString();
+        };
+        if (mergedIp.isEmpty())
+            mergedIp = oldText(DeviceIpAddressColumn);
+        if (mergedNickname.isEmpty())
+            mergedNickname = oldText(DeviceNicknameColumn);
+        if (mergedPart.isEmpty())
+            mergedPart = oldText(DeviceTargetPartColumn);
+        deviceSelectorModel->removeRow(row);
+
+        if (!usb)
+            usb = oldConnection == usbText;
+        if (!ip)
+            ip = oldConnection == ipText || !mergedIp.isEmpty();
+        checked = checked || oldChecked;
+        break;
+    }
+
+    QList<QStandardItem*> items;
+    auto* selectItem = new QStandardItem();
+    selectItem->setCheckable(true);
+    selectItem->setEditable(false);
+    selectItem->setCheckState(checked ? Qt::Checked : Qt::Unchecked);
+    items << selectItem;
+
+    auto* connectionItem = new QStandardItem();
+    connectionItem->setEditable(false);
+    items << connectionItem;
+
+    auto* serialItem = new QStandardItem(serialNumber);
+    serialItem->setEditable(editable);
+    items << serialItem;
+    auto* ipItem = new QStandardItem(mergedIp);
+    ipItem->setEditable(editable);
+    items << ipItem;
+    auto* partItem = new QStandardItem();
+    if (!mergedPart.isEmpty())
+        partItem->setText(mergedPart);
+    partItem->setEditable(editable);
+    items << partItem;
+
+    auto* nicknameItem = new QStandardItem(mergedNickname);
+    nicknameItem->setEditable(false);
+    items << nicknameItem;
+    auto* statusItem = new QStandardItem();
+    statusItem->setEditable(false);
+    items << statusItem;
+
+    deviceSelectorModel->appendRow(items);
+
+    auto* combo = new DynamicComboBox();
+    connect(combo, &DynamicComboBox::showingPopup, this,
+            &BulkOperationsWidget::deviceSelectorOnConnectionTypeComboBoxOpened);
+    QStringList connections;
+    if (merged && !oldConnection.isEmpty())
+        connections << oldConnection;
+    if (usb && !connections.contains(usbText))
+        connections << usbText;
+    if (ip && !connections.contains(ipText))
+        connections << ipText;
+    combo->addItems(connections);
+    combo->setCurrentIndex(0);
+
+    if (deviceSelectorTreeView) {
+        deviceSelectorTreeView->setIndexWidget(connectionItem->index(), combo);
+        deviceSelectorResizeColumns();
+        deviceSelectorTreeView->header()->setStretchLastSection(true);
+    } else {
+        combo->deleteLater();
+    }
+}
+
+void BulkOperationsWidget::deviceSelectorAddManualDeviceRow()
+{
+    addDeviceToTable(QString(), QString(), QString(), QString(), true, true, false, true);
+}
+
+QString BulkOperationsWidget::getDeviceIdInModel(int row) const
+{
+    if (!deviceSelectorModel)
+        return QString();
+    auto text = [this, row](int column) {
+        const QStandardItem* item = deviceSelectorModel->item(row, column);
+        return item ? item->text().trimmed() : QString();
+    };
+    const QString serialNumber = text(DeviceSerialNumberColumn);
+    if (!serialNumber.isEmpty())
+        return serialNumber;
+    return text(DeviceIpAddressColumn);
+}
+
+int BulkOperationsWidget::getDeviceIndexInModel(const QString& id) const
+{
+    if (!deviceSelectorModel)
+        return -1;
+    const int rowCount = deviceSelectorModel->rowCount();
+    for (int row = 0; row < rowCount; ++row) {
+        const QStandardItem* serialItem = deviceSelectorModel->item(row, DeviceSerialNumberColumn);
+        if (serialItem && serialItem->text() == id)
+            return row;
+        const QStandardItem* ipItem = deviceSelectorModel->item(row, DeviceIpAddressColumn);
+        if (ipItem && ipItem->text() == id)
+            return row;
+    }
+    return -1;
+}
+
+QString BulkOperationsWidget::connectionTypeToString(BatchUtil::ConnectionType type)
+{
+    switch (type) {
+    case BatchUtil::Usb:
+        return usbText;
+    case BatchUtil::Ip:
+        return ipText;
+    default:
+        return QStringLiteral("Unknown");
+    }
+}
+
+BatchUtil::ConnectionType BulkOperationsWidget::connectionTypeFromString(const QString& text)
+{
+    const QString upper = text.toUpper();
+    if (upper == usbText)
+        return BatchUtil::Usb;
+    if (upper == ipText)
+        return BatchUtil::Ip;
+    return BatchUtil::Unknown;
+}
+
+DynamicComboBox* BulkOperationsWidget::deviceSelectorConnectionComboBox(int row) const
+{
+    if (!deviceSelectorModel || !deviceSelectorTreeView)
+        return nullptr;
+    return qobject_cast<DynamicComboBox*>(
+        deviceSelectorTreeView->indexWidget(deviceSelectorModel->index(row, DeviceConnectionColumn)));
+}
+
+QList<int> BulkOperationsWidget::deviceSelectorHighlightedRows() const
+{
+    QList<int> rows;
+    if (!deviceSelectorTreeView || !deviceSelectorTreeView->selectionModel())
+        return rows;
+    const QModelIndexList selected =
+        deviceSelectorTreeView->selectionModel()->selectedRows(DeviceSelectColumn);
+    for (const QModelIndex& index : selected)
+        rows << index.row();
+    return rows;
+}
+
+void BulkOperationsWidget::deviceSelectorSetCheckState(const QList<int>& rows, Qt::CheckState state)
+{
+    for (int row : rows)
+        deviceSelectorModel->setData(deviceSelectorModel->index(row, DeviceSelectColumn), state,
+                                     Qt::CheckStateRole);
+}
+
+void BulkOperationsWidget::deviceSelectorSelectAllDevices()
+{
+    QList<int> rows;
+    for (int row = 0; row < deviceSelectorModel->rowCount(); ++row)
+        rows << row;
+    deviceSelectorSetCheckState(rows, Qt::Checked);
+}
+
+void BulkOperationsWidget::deviceSelectorDeselectAllDevices()
+{
+    QList<int> rows;
+    for (int row = 0; row < deviceSelectorModel->rowCount(); ++row)
+        rows << row;
+    deviceSelectorSetCheckState(rows, Qt::Unchecked);
+}
+
+void BulkOperationsWidget::deviceSelectorSelectHighlightedDevices()
+{
+    deviceSelectorSetCheckState(deviceSelectorHighlightedRows(), Qt::Checked);
+}
+
+void BulkOperationsWidget::deviceSelectorDeselectHighlightedDevices()
+{
+    deviceSelectorSetCheckState(deviceSelectorHighlightedRows(), Qt::Unchecked);
+}
+
+void BulkOperationsWidget::deviceSelectorClearTargetPartHighlightedDevices()
+{
+    for (int row : deviceSelectorHighlightedRows())
+        deviceSelectorModel->setData(deviceSelectorModel->index(row, DeviceTargetPartColumn), QString());
+}
+
+void BulkOperationsWidget::deviceSelectorRemoveHighlightedDevices()
+{
+    if (!deviceSelectorTreeView || !deviceSelectorTreeView->selectionModel())
+        return;
+    QModelIndexList selected = deviceSelectorTreeView->selectionModel()->selectedRows(DeviceSelectColumn);
+    std::sort(selected.begin(), selected.end(), sortRowsHighToLow);
+    // Row numbers first: removing a row changes the selection model's indexes.
+    QList<int> rows;
+    for (const QModelIndex& index : selected)
+        rows << index.row();
+    for (int row : rows)
+        deviceSelectorModel->removeRow(row);
+}
+
+void BulkOperationsWidget::deviceSelectorOpnTextChanged()
+{
+    if (!deviceSelectorModel || !deviceSelectorOpnLineEdit)
+        return;
+    const QString text = deviceSelectorOpnLineEdit->text();
+    const bool applyToAll = deviceSelectorApplyToAllCheckBox && deviceSelectorApplyToAllCheckBox->isChecked();
+    const QItemSelectionModel* selection = deviceSelectorTreeView->selectionModel();
+    for (int row = 0; row < deviceSelectorModel->rowCount(); ++row) {
+        if (applyToAll || (selection && selection->isRowSelected(row, QModelIndex())))
+            deviceSelectorModel->setData(deviceSelectorModel->index(row, DeviceTargetPartColumn), text);
+    }
+    if (!text.isEmpty())
+        deviceSelectorResizeColumn(DeviceTargetPartColumn);
+}
+
+void BulkOperationsWidget::deviceSelectorOnConnectionTypeComboBoxOpened()
+{
+    auto* combo = qobject_cast<DynamicComboBox*>(sender());
+    if (!combo || !deviceSelectorModel)
+        return;
+    // The box sits in the connection cell of its row; find that row.
+    int row = -1;
+    for (int candidate = 0; candidate < deviceSelectorModel->rowCount(); ++candidate) {
+        if (deviceSelectorConnectionComboBox(candidate) == combo) {
+            row = candidate;
+            break;
+        }
+    }
+    if (row < 0)
+        return;
+
+    const QString current = combo->currentText();
+    const QString serialNumber = deviceSelectorModel->item(row, DeviceSerialNumberColumn)->text().trimmed();
+    const QString ipAddress = deviceSelectorModel->item(row, DeviceIpAddressColumn)->text().trimmed();
+    combo->clear();
+    if (!serialNumber.isEmpty())
+        combo->addItem(usbText);
+    if (!ipAddress.isEmpty())
+        combo->addItem(ipText);
+    if (combo->count() == 0)
+        combo->addItem(notAvailableText);
+    const int index = combo->findText(current, Qt::MatchFixedString);
+    combo->setCurrentIndex(index >= 0 ? index : 0);
+}
+
+void BulkOperationsWidget::deviceSelectorOnCommitData(const QModelIndex& index)
+{
+    if (!index.isValid() ||
+        (index.column() != DeviceSerialNumberColumn && index.column() != DeviceIpAddressColumn))
+        return;
+    DynamicComboBox* combo = deviceSelectorConnectionComboBox(index.row());
+    if (!combo)
+        return;
+
+    // A device typed in with only one of its two addresses is reached through
+    // that one.
+    const int otherColumn =
+        index.column() == DeviceIpAddressColumn ? DeviceSerialNumberColumn : DeviceIpAddressColumn;
+    const QStandardItem* otherItem = deviceSelectorModel->item(index.row(), otherColumn);
+    if (otherItem && !otherItem->text().trimmed().isEmpty())
+        return;
+    const QString type = index.column() == DeviceIpAddressColumn ? ipText : usbText;
+    int position = combo->findText(type, Qt::MatchFixedString);
+    if (position < 0) {
+        combo->insertItem(0, type);
+        position = 0;
+    }
+    combo->setCurrentIndex(position);
+}
+
+void BulkOperationsWidget::deviceSelectorOnClicked(const QModelIndex& index)
+{
+    if (!variableExplorer || !index.isValid())
+        return;
+    auto text = [this, &index](int column) {
+        const QStandardItem* item = deviceSelectorModel->item(index.row(), column);
+        return item ? item->text() : QString();
+    };
+    QMap<QString, QString> values;
+    values.insert(serialNumberVariable, text(DeviceSerialNumberColumn).trimmed());
+    values.insert(ipAddressVariable, text(DeviceIpAddressColumn).trimmed());
+    values.insert(targetPartVariable, text(DeviceTargetPartColumn).trimmed());
+    values.insert(nicknameVariable, text(DeviceNicknameColumn));
+    // The explorer is only known as a window here; its slot takes the map.
+    QMetaObject::invokeMethod(variableExplorer, "updateVariableValues",
+                              QGenericArgument("QMap<QString,QString>", &values));
+}
+
+void BulkOperationsWidget::deviceSelectorOpnCompleterFetchSuggestions()
+{
+    if (!deviceSelectorOpnCompleter)
+        return;
+    // A bounded wait on purpose: the list is wanted before the page is used.
+    QProcess process;
+    process.start(corvaneProcessRunner->getExecutablePath(), CorvaneReplies::completionArguments(),
+                  QIODevice::ReadWrite);
+    if (!process.waitForFinished(completionTimeoutMs)) {
+        process.kill();
+        process.waitForFinished(1000);
+        return;
+    }
+    if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
+        return;
+    const QStringList partNumbers = CorvaneReplies::readCompletionReply(process.readAllStandardOutput());
+    if (partNumbers.isEmpty())
+        return;
+    if (auto* model = qobject_cast<QStringListModel*>(deviceSelectorOpnCompleter->model()))
+        model->setStringList(partNumbers);
+}
+
+void BulkOperationsWidget::deviceSelectorDiscoverUsbDevicesToggled(bool checked)
+{
+    deviceSelectorDiscoverButton->setEnabled(checked || deviceSelectorDiscoverIpCheckBox->isChecked());
+}
+
+void BulkOperationsWidget::deviceSelectorDiscoverIpDevicesToggled(bool checked)
+{
+    deviceSelectorDiscoverButton->setEnabled(checked || deviceSelectorDiscoverUsbCheckBox->isChecked());
+}
+
+void BulkOperationsWidget::deviceSelectorEnableGuiElements(bool enable)
+{
+    if (!deviceSelectorModel)
+        return;
+    for (int row = 0; row < deviceSelectorModel->rowCount(); ++row) {
+        if (QStandardItem* item = deviceSelectorModel->item(row, DeviceSelectColumn))
+            item->setEnabled(enable);
+        if (QWidget* combo = deviceSelectorConnectionComboBox(row))
+            combo->setEnabled(enable);
+        for (int column : {DeviceSerialNumberColumn, DeviceIpAddressColumn, DeviceTargetPartColumn})
+            if (QStandardItem* item = deviceSelectorModel->item(row, column))
+                item->setEditable(enable);
+    }
+
+    deviceSelectorDiscoverUsbCheckBox->setEnabled(enable);
+    deviceSelectorDiscoverIpCheckBox->setEnabled(enable);
+    deviceSelectorDiscoverButton->setEnabled(enable && (deviceSelectorDiscoverUsbCheckBox->isChecked() ||
+                                                        deviceSelectorDiscoverIpCheckBox->isChecked()));
+    deviceSelectorAddButton->setEnabled(enable);
+    deviceSelectorApplyToAllCheckBox->setEnabled(enable);
+    // Typing a part number would change rows that are being worked on.
+    deviceSelectorOpnLineEdit->setEnabled(enable);
+
+    if (enable)
+        connect(deviceSelectorTreeView, &QWidget::customContextMenuRequested, this,
+                &BulkOperationsWidget::deviceSelectorShowContextMenu, Qt::UniqueConnection);
+    else
+        disconnect(deviceSelectorTreeView, &QWidget::customContextMenuRequested, this,
+                   &BulkOperationsWidget::deviceSelectorShowContextMenu);
+}
+
+void BulkOperationsWidget::deviceSelectorResizeColumn(int column)
+{
+    if (deviceSelectorBatchDepth > 0 || !deviceSelectorTreeView)
+        return;
+    deviceSelectorTreeView->resizeColumnToContents(column);
+}
+
+void BulkOperationsWidget::deviceSelectorResizeColumns()
+{
+    if (deviceSelectorBatchDepth > 0 || !deviceSelectorTreeView)
+        return;
+    for (int column = 0; column < DeviceColumnCount; ++column)
+        deviceSelectorTreeView->resizeColumnToContents(column);
+}

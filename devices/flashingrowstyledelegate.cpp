@@ -1,0 +1,95 @@
+#include "flashingrowstyledelegate.h"
+
+#include <QApplication>
+#include <QDateTime>
+#include <QPainter>
+#include <QTimer>
+#include <QTreeView>
+
+#include <algorithm>
+
+FlashingRowStyleDelegate::FlashingRowStyleDelegate(QTreeView* view) : QStyledItemDelegate(view), view(view)
+{
+    repaintTimer = new QTimer(this);
+    repaintTimer->setInterval(RepaintIntervalMs);
+    connect(repaintTimer, &QTimer::timeout, this, &FlashingRowStyleDelegate::onTick);
+}
+
+double FlashingRowStyleDelegate::fillWeight(qint64 elapsedMs, int holdMs, int fadeMs)
+{
+    if (elapsedMs <= holdMs)
+        return 0.5;
+    if (fadeMs > 0 && elapsedMs <= qint64(holdMs) + fadeMs) {
+        const double progress = double(elapsedMs - holdMs) / double(fadeMs);
+        if (progress > 1.0)
+            return 0.0;
+        if (progress > 0.0)
+            return 0.5 * (1.0 - progress) * (1.0 - progress);
+        return 0.5;
+    }
+    return -1.0;
+}
+
+QColor FlashingRowStyleDelegate::blend(const QColor& a, const QColor& b, double t)
+{
+    t = std::clamp(t, 0.0, 1.0);
+    return QColor::fromRgbF(a.redF() * t + b.redF() * (1.0 - t), a.greenF() * t + b.greenF() * (1.0 - t),
+                            a.blueF() * t + b.blueF() * (1.0 - t), 1.0);
+}
+
+bool FlashingRowStyleDelegate::isRepainting() const
+{
+    return repaintTimer->isActive();
+}
+
+void FlashingRowStyleDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                                     const QModelIndex& index) const
+{
+    if (option.state & QStyle::State_Selected) {
+        QStyledItemDelegate::paint(painter, option, index);
+        return;
+    }
+
+    const QVariant start = index.data(FlashStartRole);
+    const QVariant color = index.data(FlashColorRole);
+    const QVariant hold = index.data(FlashHoldRole);
+    const QVariant fade = index.data(FlashFadeRole);
+    if (!start.isValid() || !color.isValid() || !hold.isValid() || !fade.isValid()) {
+        QStyledItemDelegate::paint(painter, option, index);
+        return;
+    }
+
+    const QPalette& palette = view ? view->palette() : option.palette;
+    const QColor base = palette.color(
+        (option.features & QStyleOptionViewItem::Alternate) ? QPalette::AlternateBase : QPalette::Base);
+    const qint64 elapsed = QDateTime::currentMSecsSinceEpoch() - start.toLongLong();
+    const double weight = fillWeight(elapsed, hold.toInt(), fade.toInt());
+    if (weight >= 0.0) {
+        painter->fillRect(option.rect, blend(color.value<QColor>(), base, weight));
+        flashPainted = true;
+        if (!repaintTimer->isActive())
+            repaintTimer->start();
+    } else {
+        painter->fillRect(option.rect, base);
+    }
+
+    // The standard painting on top, minus the item's own background, which
+    // would hide the fill.
+    QStyleOptionViewItem itemOption(option);
+    initStyleOption(&itemOption, index);
+    itemOption.backgroundBrush = QBrush();
+    const QWidget* widget = option.widget;
+    QStyle* style = widget ? widget->style() : QApplication::style();
+    style->drawControl(QStyle::CE_ItemViewItem, &itemOption, painter, widget);
+}
+
+void FlashingRowStyleDelegate::onTick()
+{
+    if (!flashPainted) {
+        repaintTimer->stop();
+        return;
+    }
+    flashPainted = false;
+    if (view)
+        view->viewport()->update();
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QStyledItemDelegate>
+
+class QColor;
+class QTimer;
+class QTreeView;
+
+// Paints a short-lived coloured background behind the items of a row whose
+// flash data is set: half strength during the hold time, then a quadratic
+// fade. Its repaint timer runs only while some visible item is flashing.
+class FlashingRowStyleDelegate : public QStyledItemDelegate
+{
+    Q_OBJECT
+
+public:
+    // Item data roles of the flash, set on every item of the flashing row.
+    enum FlashRole
+    {
+        FlashStartRole = Qt::UserRole + 100, // qint64, ms since the epoch
+        FlashColorRole = Qt::UserRole + 101, // QColor
+        FlashHoldRole = Qt::UserRole + 102,  // int, ms at half strength
+        FlashFadeRole = Qt::UserRole + 103   // int, ms of fading after the hold
+    };
+
+    static constexpr int HoldMs = 5000;
+    static constexpr int FadeMs = 2000;
+    static constexpr int RepaintIntervalMs = 16;
+
+    explicit FlashingRowStyleDelegate(QTreeView* view);
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override;
+
+    // Weight of the flash colour over the base colour `elapsedMs` after the
+    // flash started; negative when the flash is over.
+    static double fillWeight(qint64 elapsedMs, int holdMs, int fadeMs);
+
+    // a × t + b × (1 − t) per channel, t clamped to [0, 1]; always opaque.
+    static QColor blend(const QColor& a, const QColor& b, double t);
+
+    bool isRepainting() const;
+
+private:
+    void onTick();
+
+    mutable bool flashPainted = false;
+    QTimer* repaintTimer = nullptr;
+    QTreeView* view = nullptr;
+};
