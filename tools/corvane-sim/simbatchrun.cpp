@@ -8,8 +8,6 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
-#include <cstdlib>
-
 namespace {
 
 const QByteArray NonUtf8Suffix = QByteArrayLiteral(" \xff\xfe\xb0");
@@ -198,7 +196,7 @@ bool SimBatchRun::strike(int action)
         case SimFault::Effect::Fail:
             return fail(QStringLiteral("Simulated failure."), fault.exitCode);
         case SimFault::Effect::Crash:
-            std::abort();
+            SimFault::crashNow();
         case SimFault::Effect::Hang:
             if (!m_clock.advanceForever())
                 return timedOut();

@@ -10,8 +10,6 @@
 
 #include <QJsonArray>
 
-#include <cstdlib>
-
 namespace {
 
 const QString SerialOption = QStringLiteral("--serialno");
@@ -208,7 +206,7 @@ bool SimCommands::strikeBeforeReply(const QList<SimFault>& faults, int& exitCode
                     QStringLiteral("Simulated output line %1 of %2\n").arg(i).arg(fault.lines).toUtf8());
             break;
         case SimFault::Effect::Crash:
-            std::abort();
+            SimFault::crashNow();
         case SimFault::Effect::Hang:
             SimClock::hangForever();
         case SimFault::Effect::Fail:

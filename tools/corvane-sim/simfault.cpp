@@ -2,6 +2,11 @@
 
 #include <QMap>
 
+#include <sys/resource.h>
+
+#include <cstdio>
+#include <cstdlib>
+
 namespace {
 
 const QMap<QString, SimFault::Effect>& effectNames()
@@ -28,6 +33,14 @@ bool SimFault::appliesTo(const QString& commandId) const
     if (command == QLatin1String("any") || command == commandId)
         return true;
     return command == QLatin1String("list") && commandId.startsWith(QLatin1String("list-"));
+}
+
+void SimFault::crashNow()
+{
+    std::fflush(stdout);
+    const rlimit noCore{0, 0};
+    setrlimit(RLIMIT_CORE, &noCore);
+    std::abort();
 }
 
 bool SimFault::effectFromName(const QString& name, Effect& effect)

@@ -34,6 +34,9 @@ struct SimFault
 
     bool appliesTo(const QString& commandId) const;
 
+    // Dies from SIGABRT as a crashing tool would, without leaving a core file behind.
+    [[noreturn]] static void crashNow();
+
     static bool effectFromName(const QString& name, Effect& effect);
     static bool isCommandName(const QString& name);
 };
