@@ -16,7 +16,7 @@ const QString SerialOption = QStringLiteral("--serialno");
 const QString IpOption = QStringLiteral("--ip");
 const QString JsonFlag = QStringLiteral("--json");
 
-struct CommandSpec
+struct CommandShape
 {
     int wordCount = 0; // arguments that name the command (and, for batch, the bundle)
     QStringList flags;
@@ -26,34 +26,34 @@ struct CommandSpec
     bool addressesAdapter = false;
 };
 
-CommandSpec specFor(const QString& id)
+CommandShape shapeOf(const QString& id)
 {
-    CommandSpec spec;
-    spec.wordCount = 2;
+    CommandShape shape;
+    shape.wordCount = 2;
     if (id == QLatin1String("list-usb") || id == QLatin1String("list-net")) {
-        spec.flags = QStringList{QStringLiteral("--noconnect"), JsonFlag, QStringLiteral("--net")};
-        spec.requiredFlags = QStringList{QStringLiteral("--noconnect"), JsonFlag};
+        shape.flags = QStringList{QStringLiteral("--noconnect"), JsonFlag, QStringLiteral("--net")};
+        shape.requiredFlags = QStringList{QStringLiteral("--noconnect"), JsonFlag};
     } else if (id == QLatin1String("probe")) {
-        spec.flags = spec.requiredFlags = QStringList{JsonFlag};
-        spec.valued = QStringList{SerialOption, IpOption};
-        spec.addressesAdapter = true;
+        shape.flags = shape.requiredFlags = QStringList{JsonFlag};
+        shape.valued = QStringList{SerialOption, IpOption};
+        shape.addressesAdapter = true;
     } else if (id == QLatin1String("info")) {
-        spec.flags = spec.requiredFlags = QStringList{JsonFlag};
-        spec.valued = QStringList{QStringLiteral("--device"), SerialOption, IpOption};
-        spec.addressesAdapter = true;
+        shape.flags = shape.requiredFlags = QStringList{JsonFlag};
+        shape.valued = QStringList{QStringLiteral("--device"), SerialOption, IpOption};
+        shape.addressesAdapter = true;
     } else if (id == QLatin1String("listopns")) {
-        spec.flags = spec.requiredFlags = QStringList{JsonFlag};
+        shape.flags = shape.requiredFlags = QStringList{JsonFlag};
     } else if (id == QLatin1String("gui")) {
-        spec.wordCount = 1;
-        spec.valued = QStringList{SerialOption, IpOption};
-        spec.addressesAdapter = true;
+        shape.wordCount = 1;
+        shape.valued = QStringList{SerialOption, IpOption};
+        shape.addressesAdapter = true;
     } else if (id == QLatin1String("batch")) {
-        spec.valued = QStringList{SerialOption, IpOption, QStringLiteral("--device"),
-                                  QStringLiteral("--logfile"), QStringLiteral("--timeout")};
-        spec.repeatable = QStringList{QStringLiteral("--parameter")};
-        spec.addressesAdapter = true;
+        shape.valued = QStringList{SerialOption, IpOption, QStringLiteral("--device"),
+                                   QStringLiteral("--logfile"), QStringLiteral("--timeout")};
+        shape.repeatable = QStringList{QStringLiteral("--parameter")};
+        shape.addressesAdapter = true;
     }
-    return spec;
+    return shape;
 }
 
 QString errorText(const QString& message)
@@ -119,13 +119,14 @@ int SimCommands::run(const QStringList& arguments)
                               ? QStringLiteral("no command given")
                               : QStringLiteral("unknown command '%1'").arg(arguments.join(' ')));
 
-    const CommandSpec spec = specFor(id);
+    const CommandShape shape = shapeOf(id);
     SimArguments options;
     QString error;
     if (id != QLatin1String("usage")) {
-        if (!options.parse(arguments.mid(spec.wordCount), spec.flags, spec.valued, spec.repeatable, error))
+        if (!options.parse(arguments.mid(shape.wordCount), shape.flags, shape.valued, shape.repeatable,
+                           error))
             return usageError(error);
-        for (const QString& flag : spec.requiredFlags) {
+        for (const QString& flag : shape.requiredFlags) {
             if (!options.hasFlag(flag))
                 return usageError(QStringLiteral("this command needs %1").arg(flag));
         }
@@ -133,7 +134,7 @@ int SimCommands::run(const QStringList& arguments)
 
     const SimAdapter* adapter = nullptr;
     QString address;
-    if (spec.addressesAdapter) {
+    if (shape.addressesAdapter) {
         if (options.has(SerialOption) == options.has(IpOption))
             return usageError(QStringLiteral("give either --serialno or --ip"));
         if (options.has(SerialOption)) {
