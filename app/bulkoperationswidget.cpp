@@ -36,6 +36,9 @@ BulkOperationsWidget::BulkOperationsWidget(QWidget* parent) : QWidget(parent)
     // Filling of the device selector box (devices/):
     setupDeviceSelectorBox();
     // Filling of the action box, the editor stack and the debug box (actions/):
+    setupActionSelector();
+    setupActionEditorStackedWidget();
+    setupDebugConnectionOptionsBox();
 
     errorLabel = new QLabel(this);
     errorLabel->setObjectName(QStringLiteral("errorLabel"));
@@ -168,6 +171,8 @@ void BulkOperationsWidget::enableGuiElements(bool enable)
 
 void BulkOperationsWidget::changeEvent(QEvent* event)
 {
+    if (event->type() == QEvent::PaletteChange)
+        actionSelectorSetArrowIcons(themedIconSuffix(palette()));
     QWidget::changeEvent(event);
 }
 

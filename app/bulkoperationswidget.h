@@ -10,6 +10,7 @@
 #include <QStringList>
 #include <QWidget>
 
+enum class BulkAction : int;
 class CorvaneProcessRunner;
 class DeviceSelectorTreeView;
 class DynamicComboBox;
@@ -17,6 +18,7 @@ class FlashingRowStyleDelegate;
 class QCheckBox;
 class QColor;
 class QCompleter;
+class QComboBox;
 class QGroupBox;
 class QLabel;
 class QLineEdit;
@@ -29,6 +31,7 @@ class QPushButton;
 class QSplitter;
 class QStackedWidget;
 class QStandardItemModel;
+class QTreeView;
 template<typename Button> class ReloadButton;
 
 // The page that owns everything that does work: the device selector, the
@@ -104,6 +107,35 @@ public slots:
 
 
     // --- Action selector, editor and job slots (actions/) ---
+    int actionSelectorAddAction(bool enabled = true);
+    void actionSelectorRemoveHighlightedActions();
+    void actionSelectorActionClicked(const QModelIndex& index);
+    void actionSelectorShowContextMenu(const QPoint& point);
+    void actionSelectorMoveHighlightedActionsToTop();
+    void actionSelectorMoveHighlightedActionsUp();
+    void actionSelectorMoveActionUp(int currentRowIndex);
+    void actionSelectorMoveHighlightedActionsDown();
+    void actionSelectorMoveActionDown(int currentRowIndex);
+    void actionSelectorMoveHighlightedActionsToBottom();
+    void actionSelectorEnableHighlightedActions();
+    void actionSelectorDisableHighlightedActions();
+    void actionEditorOpenAction(int actionId);
+    void actionEditorOnActionSelectorChanged(int newActionSelectorIndex);
+    void adapterFwInstallOnInstallDefaultToggled(bool checked);
+    void adapterFwInstallBrowseForEmz();
+    void targetFlashBrowseForApp();
+    void targetFlashOnAppFileChanged(const QString& newString);
+    void debugInterfaceComboBoxOnChanged(int index);
+    void debugSpeedComboBoxOnChanged(int index);
+    // Every editor page's "Variable Explorer..." button lands here.
+    void openVariableExplorer();
+
+public:
+    int getActionSelectorRowIndexFromActionId(int actionId) const;
+    int getActionEditorStackIndexFromActionId(int actionId) const;
+    static int getActionEditorPageIndexFromActionType(QStackedWidget* pageStack, BulkAction type);
+    static QString getActionTypeString(BulkAction type);
+    static BulkAction getActionTypeFromString(const QString& text);
 
 protected:
     void changeEvent(QEvent* event) override;
@@ -165,6 +197,34 @@ private:
 
 
     // --- Action selector, editor and job members and helpers (actions/) ---
+    void setupActionSelector();
+    void setupActionEditorStackedWidget();
+    void setupDebugConnectionOptionsBox();
+    void addActionEditorPage(int actionId);
+    void removeActionEditorPage(int actionId);
+    QGroupBox* setupAdapterFwInstallBox();
+    QGroupBox* setupAdapterDebugModeBox();
+    QGroupBox* setupLogDeviceInfoBox();
+    QGroupBox* setupTargetFlashBox();
+    QGroupBox* setupTargetMasseraseBox();
+    QGroupBox* setupTargetDebugLockUnlockBox();
+    QGroupBox* setupTargetRecoveryBox();
+    QGroupBox* setupWaitBox();
+    QGroupBox* setupCustomCommandBox();
+    QList<int> actionSelectorHighlightedRows() const;
+    void actionSelectorSelectRows(const QList<int>& rows);
+    void actionSelectorRenumberRows();
+    void actionSelectorSetArrowIcons(const QString& suffix);
+    void actionSelectorSetHighlightedCheckState(Qt::CheckState state);
+
+    // Process-wide: ids are never reused, not even after loading a job.
+    static int actionIdCounter;
+    QStandardItemModel* actionModel = nullptr;
+    QTreeView* actionTreeView = nullptr;
+    QPushButton* actionSelectorAddButton = nullptr;
+    QComboBox* debugInterfaceComboBox = nullptr;
+    QComboBox* debugSpeedComboBox = nullptr;
+
 
     CorvaneProcessRunner* corvaneProcessRunner = nullptr;
 

@@ -1,0 +1,149 @@
+#pragma once
+
+#include "bulkoperationswidget.h"
+
+#include <QComboBox>
+#include <QGroupBox>
+#include <QIcon>
+#include <QImage>
+#include <QItemSelectionModel>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QStandardItemModel>
+#include <QStringList>
+#include <QTreeView>
+
+#include <algorithm>
+
+// Reaches the action list and editor pages of a page the way a user sees
+// them: through the widgets' object names.
+namespace ActionPage {
+
+constexpr int actionIdRole = Qt::UserRole + 1;
+
+inline QTreeView* view(const BulkOperationsWidget& page)
+{
+    return page.findChild<QTreeView*>(QStringLiteral("actionTreeView"));
+}
+
+inline QStandardItemModel* model(const BulkOperationsWidget& page)
+{
+    return qobject_cast<QStandardItemModel*>(view(page)->model());
+}
+
+inline QStackedWidget* stack(const BulkOperationsWidget& page)
+{
+    return page.findChild<QStackedWidget*>(QStringLiteral("actionEditorStack"));
+}
+
+inline QPushButton* runButton(const BulkOperationsWidget& page)
+{
+    return page.findChild<QPushButton*>(QStringLiteral("runButton"));
+}
+
+inline QList<int> ids(const BulkOperationsWidget& page)
+{
+    QList<int> result;
+    QStandardItemModel* m = model(page);
+    for (int row = 0; row < m->rowCount(); ++row)
+        result.append(m->index(row, 1).data(actionIdRole).toInt());
+    return result;
+}
+
+inline QStringList rowTexts(const BulkOperationsWidget& page, int column)
+{
+    QStringList result;
+    QStandardItemModel* m = model(page);
+    for (int row = 0; row < m->rowCount(); ++row)
+        result.append(m->index(row, column).data().toString());
+    return result;
+}
+
+// Empty when the numbering is 1..n and the editor pages follow the rows.
+inline QString inconsistency(const BulkOperationsWidget& page)
+{
+    QStandardItemModel* m = model(page);
+    QStackedWidget* s = stack(page);
+    if (s->count() != m->rowCount() + 1)
+        return QStringLiteral("%1 editor pages for %2 rows").arg(s->count() - 1).arg(m->rowCount());
+    const QList<int> rowIds = ids(page);
+    for (int row = 0; row < m->rowCount(); ++row) {
+        if (m->index(row, 0).data().toString() != QString::number(row + 1))
+            return QStringLiteral("row %1 is numbered %2").arg(row).arg(m->index(row, 0).data().toString());
+        const QVariant pageId = s->widget(row + 1)->property("actionId");
+        if (!pageId.isValid() || pageId.toInt() != rowIds.at(row))
+            return QStringLiteral("row %1 holds action %2 but page %3 belongs to %4")
+                .arg(row)
+                .arg(rowIds.at(row))
+                .arg(row + 1)
+                .arg(pageId.toString());
+    }
+    return QString();
+}
+
+inline void select(const BulkOperationsWidget& page, const QList<int>& rows)
+{
+    QItemSelectionModel* selection = view(page)->selectionModel();
+    selection->clearSelection();
+    for (int row : rows)
+        selection->select(model(page)->index(row, 0),
+                          QItemSelectionModel::Select | QItemSelectionModel::Rows);
+}
+
+inline QList<int> selectedRows(const BulkOperationsWidget& page)
+{
+    QList<int> rows;
+    for (const QModelIndex& index : view(page)->selectionModel()->selectedRows(0))
+        rows.append(index.row());
+    std::sort(rows.begin(), rows.end());
+    return rows;
+}
+
+inline QGroupBox* editBox(const BulkOperationsWidget& page, int actionId)
+{
+    QStackedWidget* s = stack(page);
+    for (int index = 1; index < s->count(); ++index) {
+        if (s->widget(index)->property("actionId").toInt() == actionId)
+            return qobject_cast<QGroupBox*>(s->widget(index));
+    }
+    return nullptr;
+}
+
+inline QStackedWidget* pageStack(QGroupBox* box)
+{
+    return box->findChild<QStackedWidget*>(QStringLiteral("pageStack"));
+}
+
+inline QComboBox* selector(QGroupBox* box)
+{
+    return box->findChild<QComboBox*>(QStringLiteral("selector"));
+}
+
+// The settings page of one type inside an "Edit Action" box.
+inline QWidget* settingsPage(QGroupBox* box, int actionType)
+{
+    QStackedWidget* pages = pageStack(box);
+    for (int index = 0; index < pages->count(); ++index) {
+        if (pages->widget(index)->property("actionType").toInt() == actionType)
+            return pages->widget(index);
+    }
+    return nullptr;
+}
+
+inline void chooseType(QGroupBox* box, int actionType)
+{
+    QComboBox* combo = selector(box);
+    combo->setCurrentIndex(combo->findData(actionType));
+}
+
+inline QImage iconImage(const QIcon& icon)
+{
+    return icon.pixmap(QSize(16, 16)).toImage();
+}
+
+inline QImage resourceImage(const QString& path)
+{
+    return iconImage(QIcon(path));
+}
+
+} // namespace ActionPage
