@@ -6,6 +6,7 @@
 #include <QElapsedTimer>
 #include <QMap>
 #include <QPair>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QWidget>
@@ -30,6 +31,7 @@ class QProgressIndicator;
 class QPushButton;
 class QSplitter;
 class QStackedWidget;
+class QStandardItem;
 class QStandardItemModel;
 class QTreeView;
 template<typename Button> class ReloadButton;
@@ -168,6 +170,11 @@ public:
     // "gui" with the row's connection arguments; empty when the row cannot
     // be reached.
     QStringList deviceSelectorCorvaneWindowArguments(int row) const;
+    // Rows added between these two calls reach the table together at the end,
+    // with the same merge results as if added one by one (discovery, job
+    // loading).
+    void deviceSelectorBeginRowBatch();
+    void deviceSelectorEndRowBatch();
 
 private:
     void setupDeviceSelectorBox();
@@ -181,6 +188,7 @@ private:
     void deviceSelectorSetCheckState(const QList<int>& rows, Qt::CheckState state);
     void deviceSelectorResizeColumns();
     void deviceSelectorResizeColumn(int column);
+    void deviceSelectorAttachConnectionBox(int row, const QStringList& connections);
 
     QCheckBox* deviceSelectorDiscoverUsbCheckBox = nullptr;
     QCheckBox* deviceSelectorDiscoverIpCheckBox = nullptr;
@@ -192,8 +200,11 @@ private:
     QLineEdit* deviceSelectorOpnLineEdit = nullptr;
     QCompleter* deviceSelectorOpnCompleter = nullptr;
     QCheckBox* deviceSelectorApplyToAllCheckBox = nullptr;
-    // While positive, column resizing waits for the end of a batch of rows.
+    // While positive, rows and column sizing wait for the end of a batch.
     int deviceSelectorBatchDepth = 0;
+    QList<QList<QStandardItem*>> deviceSelectorPendingRows;
+    QList<QStringList> deviceSelectorPendingConnections;
+    QSet<int> deviceSelectorRowsToRemove;
 
 
     // --- Action selector, editor and job members and helpers (actions/) ---

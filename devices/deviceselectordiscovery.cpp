@@ -60,14 +60,14 @@ void BulkOperationsWidget::deviceSelectorParseDiscoveredDevices(const CorvanePro
 
     const bool usb = result.id == CorvaneReplies::usbDiscoveryTaskId;
     const bool ip = result.id == CorvaneReplies::ipDiscoveryTaskId;
-    // Columns are sized once for the whole reply, not once per adapter: with
-    // hundreds of adapters the per-row sizing is what the user would wait for.
-    ++deviceSelectorBatchDepth;
+    // One batch for the whole reply: with hundreds of adapters, laying out the
+    // view and sizing the columns once per adapter is what the user would
+    // wait for.
+    deviceSelectorBeginRowBatch();
     for (const CorvaneReplies::DiscoveredAdapter& adapter : reply.adapters)
         addDeviceToTable(adapter.serialNumber, adapter.ipAddress, QString(), adapter.nickname, usb, ip, false,
                          true);
-    --deviceSelectorBatchDepth;
-    deviceSelectorResizeColumns();
+    deviceSelectorEndRowBatch();
 }
 
 bool BulkOperationsWidget::deviceSelectorOperationRunning() const

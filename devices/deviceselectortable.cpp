@@ -25,6 +25,7 @@
 #include <QStringListModel>
 
 #include <algorithm>
+#include <functional>
 
 namespace {
 constexpr int completionTimeoutMs = 5000;
@@ -86,6 +87,9 @@ void BulkOperationsWidget::setupDeviceSelectorBox()
     deviceSelectorTreeView->setMinimumWidth(900);
     deviceSelectorTreeView->setMinimumHeight(320);
     deviceSelectorTreeView->setIndentation(0);
+    // Every row has the same cells, so one row's height serves all: with
+    // hundreds of adapters the per-row height queries would dominate.
+    deviceSelectorTreeView->setUniformRowHeights(true);
     deviceSelectorTreeView->setContextMenuPolicy(Qt::CustomContextMenu);
     deviceSelectorTreeView->setSelectionMode(QAbstractItemView::ExtendedSelection);
     deviceSelectorTreeView->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
@@ -139,103 +143,194 @@ void BulkOperationsWidget::setupDeviceSelectorBox()
             &BulkOperationsWidget::deviceSelectorDoubleClicked);
 }
 
+namespace {
+
+// What a merge takes over from the row it replaces.
+struct ReplacedRow
+{
+    bool checked = false;
+    QString connection;
+    QString ipAddress;
+    QString targetPart;
+    QString nickname;
+};
+
+QString itemText(const QStandardItem* item)
+{
+    return item ? item->text() : QString();
+}
+
+QList<QStandardItem*> createRowItems(const QString& serialNumber, const QString& ipAddress,
+                                     const QString& targetPart, const QString& nickname, bool checked,
+                                     bool editable)
+{
+    auto* selectItem = new QStandardItem();
+    selectItem->setCheckable(true);
+    selectItem->setEditable(false);
+    selectItem->setCheckState(checked ? Qt::Checked : Qt::Unchecked);
+
+    auto* connectionItem = new QStandardItem();
+    connectionItem->setEditable(false);
+
+    auto* serialItem = new QStandardItem(serialNumber);
+    serialItem->setEditable(editable);
+    auto* ipItem = new QStandardItem(ipAddress);
+    ipItem->setEditable(editable);
+    auto* partItem = new QStandardItem();
+    if (!targetPart.isEmpty())
+        partItem->setText(targetPart);
+    partItem->setEditable(editable);
+
+    auto* nicknameItem = new QStandardItem(nickname);
+    nicknameItem->setEditable(false);
+    auto* statusItem = new QStandardItem();
+    statusItem->setEditable(false);
+    return {selectItem, connectionItem, serialItem, ipItem, partItem, nicknameItem, statusItem};
+}
+
+} // namespace
+
 void BulkOperationsWidget::addDeviceToTable(const QString& serialNumber, const QString& ipAddress,
                                             const QString& targetPart, const QString& nickname, bool usb,
                                             bool ip, bool checked, bool editable)
 {
     if (!deviceSelectorModel)
         return;
+    const bool batch = deviceSelectorBatchDepth > 0;
+
+    // Only the serial number identifies a row here, so two rows with empty
+    // serial numbers (IP-only adapters) count as the same device. In a batch
+    // the table is not touched until its end: rows to be replaced are only
+    // marked, and the batch's own rows, which come after the table's, are
+    // searched as well.
+    bool merged = false;
+    ReplacedRow old;
+    const int rowCount = deviceSelectorModel->rowCount();
+    for (int row = 0; row < rowCount && !merged; ++row) {
+        if (itemText(deviceSelectorModel->item(row, DeviceSerialNumberColumn)) != serialNumber ||
+            (batch && deviceSelectorRowsToRemove.contains(row)))
+            continue;
+        merged = true;
+        const QStandardItem* selectItem = deviceSelectorModel->item(row, DeviceSelectColumn);
+        old.checked = selectItem && selectItem->checkState() != Qt::Unchecked;
+        if (DynamicComboBox* combo = deviceSelectorConnectionComboBox(row))
+            old.connection = combo->currentText();
+        old.ipAddress = itemText(deviceSelectorModel->item(row, DeviceIpAddressColumn));
+        old.targetPart = itemText(deviceSelectorModel->item(row, DeviceTargetPartColumn));
+        old.nickname = itemText(deviceSelectorModel->item(row, DeviceNicknameColumn));
+        if (batch)
+            deviceSelectorRowsToRemove.insert(row);
+        else
+            deviceSelectorModel->removeRow(row);
+    }
+    for (int pending = 0; batch && !merged && pending < deviceSelectorPendingRows.size(); ++pending) {
+        const QList<QStandardItem*> items = deviceSelectorPendingRows.at(pending);
+        if (items.at(DeviceSerialNumberColumn)->text() != serialNumber)
+            continue;
+        merged = true;
+        old.checked = items.at(DeviceSelectColumn)->checkState() != Qt::Unchecked;
+        old.connection = deviceSelectorPendingConnections.at(pending).value(0);
+        old.ipAddress = items.at(DeviceIpAddressColumn)->text();
+        old.targetPart = items.at(DeviceTargetPartColumn)->text();
+        old.nickname = items.at(DeviceNicknameColumn)->text();
+        qDeleteAll(items);
+        deviceSelectorPendingRows.removeAt(pending);
+        deviceSelectorPendingConnections.removeAt(pending);
+    }
 
     QString mergedIp = ipAddress;
     QString mergedPart = targetPart;
     QString mergedNickname = nickname;
-    QString oldConnection;
-    bool merged = false;
-
-    // Only the serial number identifies a row here, so two rows with empty
-    // serial numbers (IP-only adapters) count as the same device.
-    const int rowCount = deviceSelectorModel->rowCount();
-    for (int row = 0; row < rowCount; ++row) {
-        const QStandardItem* serialItem = deviceSelectorModel->item(row, DeviceSerialNumberColumn);
-        if (!serialItem || serialItem->text() != serialNumber)
-            continue;
-        merged = true;
-        const QStandardItem* selectItem = deviceSelectorModel->item(row, DeviceSelectColumn);
-        const bool oldChecked = selectItem && selectItem->checkState() != Qt::Unchecked;
-        if (DynamicComboBox* combo = deviceSelectorConnectionComboBox(row))
-            oldConnection = combo->currentText();
-        auto oldText = [this, row](int column) {
-            const QStandardItem* item = deviceSelectorModel->item(row, column);
-            return item ? item->text() : QString();
-        };
+    if (merged) {
         if (mergedIp.isEmpty())
-            mergedIp = oldText(DeviceIpAddressColumn);
+            mergedIp = old.ipAddress;
         if (mergedNickname.isEmpty())
-            mergedNickname = oldText(DeviceNicknameColumn);
+            mergedNickname = old.nickname;
         if (mergedPart.isEmpty())
-            mergedPart = oldText(DeviceTargetPartColumn);
-        deviceSelectorModel->removeRow(row);
-
+            mergedPart = old.targetPart;
         if (!usb)
-            usb = oldConnection == usbText;
+            usb = old.connection == usbText;
         if (!ip)
-            ip = oldConnection == ipText || !mergedIp.isEmpty();
-        checked = checked || oldChecked;
-        break;
+            ip = old.connection == ipText || !mergedIp.isEmpty();
+        checked = checked || old.checked;
     }
 
-    QList<QStandardItem*> items;
-    auto* selectItem = new QStandardItem();
-    selectItem->setCheckable(true);
-    selectItem->setEditable(false);
-    selectItem->setCheckState(checked ? Qt::Checked : Qt::Unchecked);
-    items << selectItem;
-
-    auto* connectionItem = new QStandardItem();
-    connectionItem->setEditable(false);
-    items << connectionItem;
-
-    auto* serialItem = new QStandardItem(serialNumber);
-    serialItem->setEditable(editable);
-    items << serialItem;
-    auto* ipItem = new QStandardItem(mergedIp);
-    ipItem->setEditable(editable);
-    items << ipItem;
-    auto* partItem = new QStandardItem();
-    if (!mergedPart.isEmpty())
-        partItem->setText(mergedPart);
-    partItem->setEditable(editable);
-    items << partItem;
-
-    auto* nicknameItem = new QStandardItem(mergedNickname);
-    nicknameItem->setEditable(false);
-    items << nicknameItem;
-    auto* statusItem = new QStandardItem();
-    statusItem->setEditable(false);
-    items << statusItem;
-
-    deviceSelectorModel->appendRow(items);
-
-    auto* combo = new DynamicComboBox();
-    connect(combo, &DynamicComboBox::showingPopup, this,
-            &BulkOperationsWidget::deviceSelectorOnConnectionTypeComboBoxOpened);
     QStringList connections;
-    if (merged && !oldConnection.isEmpty())
-        connections << oldConnection;
+    if (merged && !old.connection.isEmpty())
+        connections << old.connection;
     if (usb && !connections.contains(usbText))
         connections << usbText;
     if (ip && !connections.contains(ipText))
         connections << ipText;
+
+    const QList<QStandardItem*> items =
+        createRowItems(serialNumber, mergedIp, mergedPart, mergedNickname, checked, editable);
+    if (batch) {
+        deviceSelectorPendingRows.append(items);
+        deviceSelectorPendingConnections.append(connections);
+        return;
+    }
+    deviceSelectorModel->appendRow(items);
+    deviceSelectorAttachConnectionBox(deviceSelectorModel->rowCount() - 1, connections);
+    deviceSelectorResizeColumns();
+    if (deviceSelectorTreeView)
+        deviceSelectorTreeView->header()->setStretchLastSection(true);
+}
+
+void BulkOperationsWidget::deviceSelectorAttachConnectionBox(int row, const QStringList& connections)
+{
+    if (!deviceSelectorTreeView)
+        return;
+    auto* combo = new DynamicComboBox();
+    connect(combo, &DynamicComboBox::showingPopup, this,
+            &BulkOperationsWidget::deviceSelectorOnConnectionTypeComboBoxOpened);
     combo->addItems(connections);
     combo->setCurrentIndex(0);
+    deviceSelectorTreeView->setIndexWidget(deviceSelectorModel->index(row, DeviceConnectionColumn), combo);
+}
 
-    if (deviceSelectorTreeView) {
-        deviceSelectorTreeView->setIndexWidget(connectionItem->index(), combo);
-        deviceSelectorResizeColumns();
-        deviceSelectorTreeView->header()->setStretchLastSection(true);
-    } else {
-        combo->deleteLater();
+void BulkOperationsWidget::deviceSelectorBeginRowBatch()
+{
+    ++deviceSelectorBatchDepth;
+}
+
+void BulkOperationsWidget::deviceSelectorEndRowBatch()
+{
+    if (deviceSelectorBatchDepth == 0 || --deviceSelectorBatchDepth > 0)
+        return;
+
+    // Replaced rows go in runs from the bottom up, then the new rows arrive in
+    // one insertion: the view lays itself out once instead of once per row.
+    QList<int> removals = deviceSelectorRowsToRemove.values();
+    deviceSelectorRowsToRemove.clear();
+    std::sort(removals.begin(), removals.end(), std::greater<int>());
+    for (int index = 0; index < removals.size();) {
+        int first = removals.at(index);
+        int count = 1;
+        while (index + count < removals.size() && removals.at(index + count) == first - 1) {
+            --first;
+            ++count;
+        }
+        deviceSelectorModel->removeRows(first, count);
+        index += count;
     }
+
+    const QList<QList<QStandardItem*>> rows = deviceSelectorPendingRows;
+    const QList<QStringList> connections = deviceSelectorPendingConnections;
+    deviceSelectorPendingRows.clear();
+    deviceSelectorPendingConnections.clear();
+    if (!rows.isEmpty()) {
+        const int first = deviceSelectorModel->rowCount();
+        deviceSelectorModel->insertRows(first, int(rows.size()));
+        for (int row = 0; row < rows.size(); ++row)
+            for (int column = 0; column < rows.at(row).size(); ++column)
+                deviceSelectorModel->setItem(first + row, column, rows.at(row).at(column));
+        for (int row = 0; row < rows.size(); ++row)
+            deviceSelectorAttachConnectionBox(first + row, connections.at(row));
+    }
+    deviceSelectorResizeColumns();
+    if (deviceSelectorTreeView)
+        deviceSelectorTreeView->header()->setStretchLastSection(true);
 }
 
 void BulkOperationsWidget::deviceSelectorAddManualDeviceRow()

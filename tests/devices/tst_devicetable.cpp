@@ -155,6 +155,64 @@ private slots:
         QVERIFY(view(page)->header()->stretchLastSection());
     }
 
+    void batchedRowsMergeLikeSingleOnes()
+    {
+        struct Add
+        {
+            QString serial, ip, part, nickname;
+            bool usb, ip_, checked;
+        };
+        const QList<Add> before = {{"801002345", "", "KM32G101F512", "bench-left", true, false, true},
+                                   {"801002346", "10.0.0.6", "", "bench-right", true, true, false},
+                                   {"", "10.0.1.1", "", "lab-a", false, true, false},
+                                   {"801002347", "", "", "rack-a1", true, false, true}};
+        const QList<Add> batch = {{"801002346", "", "", "", true, false, false},
+                                  {"801002399", "10.0.0.9", "", "new-1", false, true, false},
+                                  {"801002345", "10.0.0.5", "", "", false, true, false},
+                                  {"", "10.0.1.2", "", "", false, true, false},
+                                  {"801002399", "", "AX7L2", "new-2", true, false, false},
+                                  {"801002347", "", "", "", true, false, false},
+                                  {"", "10.0.1.3", "", "lab-c", false, true, false}};
+        auto snapshot = [](const BulkOperationsWidget& page) {
+            QStringList rows;
+            for (int row = 0; row < model(page)->rowCount(); ++row) {
+                QStringList cells = {isChecked(page, row) ? "x" : "-", comboItems(page, row).join('+'),
+                                     connection(page, row)};
+                for (int column = DeviceSerialNumberColumn; column < DeviceColumnCount; ++column)
+                    cells << text(page, row, column);
+                rows << cells.join('|');
+            }
+            return rows;
+        };
+
+        BulkOperationsWidget single;
+        BulkOperationsWidget batched;
+        QAbstractItemModelTester tester(model(batched),
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
+        for (BulkOperationsWidget* page : {&single, &batched})
+            for (const Add& add : before)
+                page->addDeviceToTable(add.serial, add.ip, add.part, add.nickname, add.usb, add.ip_,
+                                       add.checked, true);
+        combo(single, 1)->setCurrentText(QStringLiteral("IP"));
+        combo(batched, 1)->setCurrentText(QStringLiteral("IP"));
+
+        for (const Add& add : batch)
+            single.addDeviceToTable(add.serial, add.ip, add.part, add.nickname, add.usb, add.ip_, add.checked,
+                                    true);
+        batched.deviceSelectorBeginRowBatch();
+        for (const Add& add : batch)
+            batched.addDeviceToTable(add.serial, add.ip, add.part, add.nickname, add.usb, add.ip_,
+                                     add.checked, true);
+        // Nothing reaches the table before the batch ends.
+        QCOMPARE(model(batched)->rowCount(), 4);
+        batched.deviceSelectorEndRowBatch();
+
+        QCOMPARE(snapshot(batched), snapshot(single));
+        QCOMPARE(model(batched)->rowCount(), 5);
+        QCOMPARE(column(batched, DeviceNicknameColumn),
+                 QStringList({"bench-right", "bench-left", "new-2", "rack-a1", "lab-c"}));
+    }
+
     void connectionBoxIsRebuiltWhenOpened()
     {
         BulkOperationsWidget page;
