@@ -138,6 +138,13 @@ public:
     static int getActionEditorPageIndexFromActionType(QStackedWidget* pageStack, BulkAction type);
     static QString getActionTypeString(BulkAction type);
     static BulkAction getActionTypeFromString(const QString& text);
+    // The enabled and disabled actions as job steps, in list order; variableNames
+    // gains the variables the enabled ones use.
+    QList<QMap<QString, QVariant>> getTasksFromActionsList(QStringList& variableNames);
+    // The action side of loading a job, in the order a load applies them.
+    void debugConnectionOptionsRestore(bool applied, const QString& debugInterface, int speed);
+    void actionSelectorRemoveAllActions();
+    void actionSelectorRestoreActionsFromSteps(const QList<QMap<QString, QVariant>>& steps);
 
 protected:
     void changeEvent(QEvent* event) override;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bulkaction.h"
 #include "bulkoperationswidget.h"
 
 #include <QComboBox>
@@ -144,6 +145,19 @@ inline QImage iconImage(const QIcon& icon)
 inline QImage resourceImage(const QString& path)
 {
     return iconImage(QIcon(path));
+}
+
+template<typename T> inline T* field(QGroupBox* box, BulkAction type, const char* name)
+{
+    return settingsPage(box, static_cast<int>(type))->findChild<T*>(QString::fromLatin1(name));
+}
+
+// Adds an action of the given type and returns its editor box.
+inline QGroupBox* addTyped(BulkOperationsWidget& page, BulkAction type, bool enabled = true)
+{
+    QGroupBox* box = editBox(page, page.actionSelectorAddAction(enabled));
+    chooseType(box, static_cast<int>(type));
+    return box;
 }
 
 } // namespace ActionPage

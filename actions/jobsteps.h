@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+// Conversions between the values of the editor pages and the values a job
+// step stores. Steps read back from a job file hold text (and text lists for
+// "arguments" and "flags"), so every reader here accepts text.
+namespace JobSteps {
+
+// The flash options in the order a step lists them.
+const QStringList& flashFlagWords();
+
+// "0x" and eight lower-case hexadecimal digits: 0x00008000.
+QString formatStartAddress(int address);
+
+// "0x"/"0X" prefix reads as hexadecimal, anything else as decimal; text that
+// is not a number gives 0.
+int parseStartAddress(const QString& text);
+
+// The duration field's text in milliseconds: empty, non-numeric and negative
+// text give 0.
+int durationFromText(const QString& text);
+
+// Rebuilds a command line from its arguments: arguments holding a space are
+// put in double quotes so that splitting the line gives them back.
+QString joinCommandArguments(const QStringList& arguments);
+
+} // namespace JobSteps
