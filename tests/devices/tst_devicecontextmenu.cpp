@@ -128,7 +128,6 @@ private slots:
         page.setPalette(light);
         std::unique_ptr<QMenu> menu(page.deviceSelectorCreateContextMenu(nullptr));
         QVERIFY(iconIs(entry(menu.get(), "Open Output Log"), ":/graphics/logs-light.png"));
-        QVERIFY(iconIs(entry(menu.get(), "Probe Adapter"), ":/graphics/magnifying-glass-light.png"));
         QVERIFY(iconIs(entry(menu.get(), "Deselect All"), ":/graphics/checkbox-unchecked-light.png"));
         QVERIFY(iconIs(entry(menu.get(), "Remove"), ":/graphics/remove.png"));
 
@@ -138,9 +137,6 @@ private slots:
         menu.reset(page.deviceSelectorCreateContextMenu(nullptr));
         QVERIFY(iconIs(entry(menu.get(), "Open Corvane With Device"), ":/graphics/corvane-dark.png"));
         QVERIFY(iconIs(entry(menu.get(), "Run Job on Device"), ":/graphics/run-dark.png"));
-        QVERIFY(iconIs(entry(menu.get(), "Detect Target Part"), ":/graphics/chip-dark.png"));
-        QVERIFY(iconIs(entry(menu.get(), "Select"), ":/graphics/checkbox-checked-dark.png"));
-        QVERIFY(iconIs(entry(menu.get(), "Clear Target Part"), ":/graphics/eraser-dark.png"));
         QVERIFY(iconIs(entry(menu.get(), "Remove"), ":/graphics/remove.png"));
         QVERIFY(!iconIs(entry(menu.get(), "Run Job on Device"), ":/graphics/run-light.png"));
     }

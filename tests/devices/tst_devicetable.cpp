@@ -1,7 +1,6 @@
 #include "batchutil.h"
 #include "devicepagehelpers.h"
 #include "flashingrowstyledelegate.h"
-#include "rowordering.h"
 #include "settingsutil.h"
 #include "testenvironment.h"
 #include "testregistry.h"
@@ -15,8 +14,6 @@
 #include <QStringListModel>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <algorithm>
 
 using namespace DevicePage;
 
@@ -51,21 +48,13 @@ private slots:
     {
         BulkOperationsWidget page;
         QStandardItemModel* devices = model(page);
-        QVERIFY(devices);
         QCOMPARE(devices->rowCount(), 0);
         QStringList headers;
         for (int column = 0; column < devices->columnCount(); ++column)
             headers << devices->headerData(column, Qt::Horizontal).toString();
         QCOMPARE(headers, QStringList({"Select", "Connection", "Serial Number", "IP Address", "Target Part",
                                        "Nickname", "Status"}));
-        QVERIFY(view(page)->isSortingEnabled());
         QVERIFY(qobject_cast<FlashingRowStyleDelegate*>(view(page)->itemDelegate()));
-
-        auto* completer =
-            page.findChild<QLineEdit*>(QStringLiteral("deviceSelectorOpnLineEdit"))->completer();
-        QCOMPARE(completer->caseSensitivity(), Qt::CaseInsensitive);
-        QCOMPARE(completer->filterMode(), Qt::MatchContains);
-        QCOMPARE(completer->model()->rowCount(), 0);
     }
 
     void discoverButtonFollowsTheSearchBoxes()
@@ -337,22 +326,6 @@ private slots:
         QVERIFY(combo(page, 0) && combo(page, 1));
         page.deviceSelectorRemoveHighlightedDevices(); // nothing highlighted any more
         QCOMPARE(model(page)->rowCount(), 2);
-    }
-
-    void rowOrderings()
-    {
-        QStandardItemModel rows(5, 1);
-        QModelIndexList indexes = {rows.index(3, 0), rows.index(0, 0), rows.index(4, 0), rows.index(1, 0)};
-        std::sort(indexes.begin(), indexes.end(), sortRowsHighToLow);
-        QList<int> order;
-        for (const QModelIndex& index : indexes)
-            order << index.row();
-        QCOMPARE(order, QList<int>({4, 3, 1, 0}));
-        std::sort(indexes.begin(), indexes.end(), sortRowsLowToHigh);
-        order.clear();
-        for (const QModelIndex& index : indexes)
-            order << index.row();
-        QCOMPARE(order, QList<int>({0, 1, 3, 4}));
     }
 
     void deviceIds()
