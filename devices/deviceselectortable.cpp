@@ -8,6 +8,7 @@
 #include "deviceselectortreeview.h"
 #include "dynamiccombobox.h"
 #include "flashingrowstyledelegate.h"
+#include "jobvariables.h"
 #include "reloadbutton.h"
 #include "rowordering.h"
 #include "selectallonclickfilter.h"
@@ -33,12 +34,6 @@ constexpr int completionTimeoutMs = 5000;
 const QString usbText = QStringLiteral("USB");
 const QString ipText = QStringLiteral("IP");
 const QString notAvailableText = QStringLiteral("N/A");
-
-// Names of the device-specific job variables shown by the Variable Explorer.
-const QString serialNumberVariable = QStringLiteral("serial_number");
-const QString ipAddressVariable = QStringLiteral("ip_address");
-const QString targetPartVariable = QStringLiteral("target_part");
-const QString nicknameVariable = QStringLiteral("nickname");
 } // namespace
 
 void BulkOperationsWidget::setupDeviceSelectorBox()
@@ -542,10 +537,10 @@ void BulkOperationsWidget::deviceSelectorOnClicked(const QModelIndex& index)
         return item ? item->text() : QString();
     };
     QMap<QString, QString> values;
-    values.insert(serialNumberVariable, text(DeviceSerialNumberColumn).trimmed());
-    values.insert(ipAddressVariable, text(DeviceIpAddressColumn).trimmed());
-    values.insert(targetPartVariable, text(DeviceTargetPartColumn).trimmed());
-    values.insert(nicknameVariable, text(DeviceNicknameColumn));
+    values.insert(VARIABLE_NAME_SERIAL_NUMBER, text(DeviceSerialNumberColumn).trimmed());
+    values.insert(VARIABLE_NAME_IP_ADDRESS, text(DeviceIpAddressColumn).trimmed());
+    values.insert(VARIABLE_NAME_TARGET_PART, text(DeviceTargetPartColumn).trimmed());
+    values.insert(VARIABLE_NAME_NICKNAME, text(DeviceNicknameColumn));
     // The explorer is only known as a window here; its slot takes the map.
     QMetaObject::invokeMethod(variableExplorer, "updateVariableValues",
                               QGenericArgument("QMap<QString,QString>", &values));
