@@ -2,6 +2,7 @@
 // interface and the speed. They travel with the device list, not with a step.
 #include "bulkoperationswidget.h"
 #include "jobvariables.h"
+#include "variableexplorerwidget.h"
 
 #include <QComboBox>
 #include <QGridLayout>
@@ -17,16 +18,10 @@ constexpr int debugSpeedsKHz[] = {50000, 40000, 30000, 20000, 10000, 8000, 6000,
                                   4000,  2000,  1000,  500,   250,   125,  100};
 
 // The explorer window is optional; when it is there, it shows the page-wide values.
-void publishToVariableExplorer(QWidget* explorer, const QString& name, const QString& value)
+void publishToVariableExplorer(VariableExplorerWidget* explorer, const QString& name, const QString& value)
 {
-    if (!explorer)
-        return;
-    using VariableMap = QMap<QString, QString>;
-    const VariableMap variables{{name, value}};
-    const int method = explorer->metaObject()->indexOfMethod("updateVariableValues(QMap<QString,QString>)");
-    if (method >= 0)
-        QMetaObject::invokeMethod(explorer, "updateVariableValues", Qt::DirectConnection,
-                                  QArgument<VariableMap>("QMap<QString,QString>", variables));
+    if (explorer)
+        explorer->updateVariableValues({{name, value}});
 }
 
 } // namespace

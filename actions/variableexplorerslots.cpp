@@ -1,7 +1,21 @@
 // The page's side of the Variable Explorer window.
 #include "bulkoperationswidget.h"
+#include "jobexecution.h"
+#include "variableexplorerwidget.h"
 
 #include <QComboBox>
+
+void BulkOperationsWidget::setupVariableExplorer()
+{
+    variableExplorer = new VariableExplorerWidget();
+    variableExplorer->addBuiltInVariables(JobExecution::builtInVariableDescriptions());
+}
+
+void BulkOperationsWidget::closeVariableExplorer()
+{
+    if (variableExplorer)
+        variableExplorer->close();
+}
 
 void BulkOperationsWidget::openVariableExplorer()
 {

@@ -1,5 +1,6 @@
 #include "bulkoperationswidget.h"
 
+#include "corporatecolors.h"
 #include "corvaneprocessrunner.h"
 #include "qprogressindicator.h"
 #include "settingsutil.h"
@@ -18,7 +19,6 @@
 #include <QStackedWidget>
 
 namespace {
-const QColor corporateRed(217, 30, 42);
 constexpr int executableCheckTimeoutMs = 5000;
 } // namespace
 
@@ -56,7 +56,7 @@ BulkOperationsWidget::BulkOperationsWidget(QWidget* parent) : QWidget(parent)
     busyIndicator->setObjectName(QStringLiteral("busyIndicator"));
     busyIndicator->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     busyIndicator->setFocusPolicy(Qt::NoFocus);
-    busyIndicator->setColor(corporateRed);
+    busyIndicator->setColor(CORPORATE_RED);
 
     runButton = new QPushButton(tr("Run"), this);
     runButton->setObjectName(QStringLiteral("runButton"));
@@ -65,6 +65,7 @@ BulkOperationsWidget::BulkOperationsWidget(QWidget* parent) : QWidget(parent)
     runButton->setDefault(true);
     runButton->setMinimumWidth(100);
     runButton->setMaximumWidth(200);
+    connect(runButton, &QPushButton::clicked, this, &BulkOperationsWidget::onRunButtonPressed);
 
     versionLabel = new QLabel(QStringLiteral("0v1p1b1957"), this);
     versionLabel->setObjectName(QStringLiteral("versionLabel"));
@@ -88,6 +89,11 @@ BulkOperationsWidget::BulkOperationsWidget(QWidget* parent) : QWidget(parent)
     layout->setColumnStretch(1, 1);
     layout->addWidget(busyIndicator, 3, 2, Qt::AlignRight);
     layout->addWidget(runButton, 3, 3, Qt::AlignRight);
+
+    connect(&batchUtil, &BatchUtil::errorEncountered, this, &BulkOperationsWidget::onErrorEncountered);
+    connect(&zipUtil, &ZipUtil::errorEncountered, this, &BulkOperationsWidget::onErrorEncountered);
+
+    setupVariableExplorer();
 
     corvaneExecutableValid = validateCorvaneExecutable(QString());
     if (!corvaneExecutableValid)
@@ -174,22 +180,4 @@ void BulkOperationsWidget::changeEvent(QEvent* event)
     if (event->type() == QEvent::PaletteChange)
         actionSelectorSetArrowIcons(themedIconSuffix(palette()));
     QWidget::changeEvent(event);
-}
-
-void BulkOperationsWidget::closeVariableExplorer()
-{
-    if (variableExplorer)
-        variableExplorer->close();
-}
-
-void BulkOperationsWidget::loadBatchJob(const QString& path)
-{
-    emit errorEncountered(
-        tr("Could not load the job %1: loading jobs is not available in this build.").arg(path));
-}
-
-void BulkOperationsWidget::saveBatchJob(const QString& path)
-{
-    emit errorEncountered(
-        tr("Could not save the job %1: saving jobs is not available in this build.").arg(path));
 }

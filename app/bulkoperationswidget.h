@@ -2,8 +2,10 @@
 
 #include "batchutil.h"
 #include "corvaneprocessresult.h"
+#include "ziputil.h"
 
 #include <QElapsedTimer>
+#include <QHash>
 #include <QMap>
 #include <QPair>
 #include <QSet>
@@ -33,6 +35,8 @@ class QSplitter;
 class QStackedWidget;
 class QStandardItem;
 class QStandardItemModel;
+class QTimer;
+class VariableExplorerWidget;
 class QTreeView;
 template<typename Button> class ReloadButton;
 
@@ -90,8 +94,6 @@ public slots:
     void deviceSelectorSelectHighlightedDevices();
     void deviceSelectorDeselectHighlightedDevices();
     void deviceSelectorClearTargetPartHighlightedDevices();
-    // Job runs own this one; until they exist it only reports that running is
-    // not available.
     void deviceSelectorRunJobOnHighlightedDevices();
     void deviceSelectorOpenCorvaneForHighlightedDevices();
     void deviceSelectorOpenCorvaneForDevice(const QModelIndex& index);
@@ -103,10 +105,7 @@ public slots:
     void deviceSelectorOnClicked(const QModelIndex& index);
     void deviceSelectorOnCommitData(const QModelIndex& index);
     void deviceSelectorDoubleClicked(const QModelIndex& index);
-    // The runner's reports while a discovery, probe or detection owns it.
-    void deviceSelectorOnTaskFinished(const CorvaneProcessResult& result);
-    void deviceSelectorOnAllTasksFinished();
-
+    void deviceSelectorOnProcessFeedbackReceived(const QString& key, const QByteArray& line);
 
     // --- Action selector, editor and job slots (actions/) ---
     int actionSelectorAddAction(bool enabled = true);
@@ -132,6 +131,14 @@ public slots:
     // Every editor page's "Variable Explorer..." button lands here.
     void openVariableExplorer();
 
+    // Job runs; the runner slots also serve discovery, probing and detection.
+    void onRunButtonPressed();
+    void onAbortButtonPressed();
+    void onMultiProcessStarted(const QString& key);
+    void onMultiProcessAborted(const QString& key);
+    void onMultiProcessFinished(const CorvaneProcessResult& result);
+    void onAllMultiProcessesFinished();
+
 public:
     int getActionSelectorRowIndexFromActionId(int actionId) const;
     int getActionEditorStackIndexFromActionId(int actionId) const;
@@ -141,10 +148,22 @@ public:
     // The enabled and disabled actions as job steps, in list order; variableNames
     // gains the variables the enabled ones use.
     QList<QMap<QString, QVariant>> getTasksFromActionsList(QStringList& variableNames);
+    // Writes devices, debug connection options and steps as a job bundle.
+    bool prepareBatchJobFile(const QString& path, QStringList& variableNames);
     // The action side of loading a job, in the order a load applies them.
     void debugConnectionOptionsRestore(bool applied, const QString& debugInterface, int speed);
     void actionSelectorRemoveAllActions();
     void actionSelectorRestoreActionsFromSteps(const QList<QMap<QString, QVariant>>& steps);
+
+    void runJob(const QList<int>& rows);
+    // One (device key, own arguments) pair per row that can run; rows missing
+    // the value their connection needs are left out.
+    QList<QPair<QString, QStringList>> getDeviceSpecificArguments(const QList<int>& rows,
+                                                                  const QStringList& variableNames);
+    bool runCorvaneInParallel(const QStringList& baseArguments,
+                              const QList<QPair<QString, QStringList>>& entries);
+    void clearProcessStatuses(const QStringList& keys);
+    VariableExplorerWidget* variableExplorerWindow() const { return variableExplorer; }
 
 protected:
     void changeEvent(QEvent* event) override;
@@ -213,7 +232,6 @@ private:
     QList<QStringList> deviceSelectorPendingConnections;
     QSet<int> deviceSelectorRowsToRemove;
 
-
     // --- Action selector, editor and job members and helpers (actions/) ---
     void setupActionSelector();
     void setupActionEditorStackedWidget();
@@ -234,6 +252,13 @@ private:
     void actionSelectorRenumberRows();
     void actionSelectorSetArrowIcons(const QString& suffix);
     void actionSelectorSetHighlightedCheckState(Qt::CheckState state);
+    QList<BatchUtil::DeviceEntry> jobDeviceEntriesFromTable() const;
+    void setupVariableExplorer();
+    void showPendingStatusLines();
+
+    // The newest output line of each running device, shown on the next refresh.
+    QHash<QString, QByteArray> pendingStatusLines;
+    QTimer* statusRefreshTimer = nullptr;
 
     // Process-wide: ids are never reused, not even after loading a job.
     static int actionIdCounter;
@@ -243,8 +268,9 @@ private:
     QComboBox* debugInterfaceComboBox = nullptr;
     QComboBox* debugSpeedComboBox = nullptr;
 
-
     CorvaneProcessRunner* corvaneProcessRunner = nullptr;
+    BatchUtil batchUtil;
+    ZipUtil zipUtil;
 
     QGroupBox* deviceSelectorGroupBox = nullptr;
     QGroupBox* actionSelectorGroupBox = nullptr;
@@ -265,5 +291,6 @@ private:
     bool partDetectionRunning = false;
     QMap<QString, QElapsedTimer> deviceElapsedTimers;
 
-    QWidget* variableExplorer = nullptr;
+    // Top-level and parentless: it outlives the page until the program ends.
+    VariableExplorerWidget* variableExplorer = nullptr;
 };

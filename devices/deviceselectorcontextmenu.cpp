@@ -163,8 +163,3 @@ void BulkOperationsWidget::deviceSelectorDoubleClicked(const QModelIndex& index)
         deviceSelectorOpenCorvaneForDevice(index);
     }
 }
-
-void BulkOperationsWidget::deviceSelectorRunJobOnHighlightedDevices()
-{
-    emit errorEncountered(tr("Running a job on highlighted devices is not available yet."));
-}

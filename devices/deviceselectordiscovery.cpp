@@ -78,49 +78,15 @@ bool BulkOperationsWidget::deviceSelectorOperationRunning() const
 bool BulkOperationsWidget::deviceSelectorRunInParallel(const QStringList& baseArguments,
                                                        const QList<QPair<QString, QStringList>>& entries)
 {
-    if (!corvaneExecutableValid) {
-        emit errorEncountered(tr("Cannot start job; the configured path does not point to a valid Corvane "
-                                 "executable. Please provide a valid path in the settings."));
+    if (!runCorvaneInParallel(baseArguments, entries)) {
         discoveryRunning = adapterProbeRunning = partDetectionRunning = false;
         return false;
     }
-
-    clearErrorMessage();
-    for (const auto& entry : entries) {
-        const int row = getDeviceIndexInModel(entry.first);
-        if (row >= 0)
-            clearDeviceStatus(row);
-    }
-    corvaneProcessRunner->clearQueue();
-    for (const auto& entry : entries) {
-        CorvaneProcessTask task;
-        task.id = entry.first;
-        task.arguments = baseArguments + entry.second;
-        task.timeout = 0;
-        corvaneProcessRunner->enqueueTask(task);
-    }
-
-    // Wired for this operation only; a job run wires the runner its own way.
-    connect(corvaneProcessRunner, &CorvaneProcessRunner::taskFinished, this,
-            &BulkOperationsWidget::deviceSelectorOnTaskFinished, Qt::UniqueConnection);
-    connect(corvaneProcessRunner, &CorvaneProcessRunner::allTasksFinished, this,
-            &BulkOperationsWidget::deviceSelectorOnAllTasksFinished, Qt::UniqueConnection);
-
-    progressBar->setRange(0, int(entries.size()));
-    progressBar->setValue(0);
-    progressBar->setVisible(true);
-    busyIndicator->start();
+    // Only one operation at a time: keep the inputs and Run closed until the
+    // runner reports the end, even when no task belongs to a row.
     enableGuiElements(false);
     runButton->setEnabled(false);
-
-    corvaneProcessRunner->start();
     return true;
-}
-
-void BulkOperationsWidget::deviceSelectorOnTaskFinished(const CorvaneProcessResult& result)
-{
-    progressBar->setValue(progressBar->value() + 1);
-    deviceSelectorRouteTaskResult(result);
 }
 
 bool BulkOperationsWidget::deviceSelectorRouteTaskResult(const CorvaneProcessResult& result)
@@ -142,17 +108,4 @@ bool BulkOperationsWidget::deviceSelectorRouteTaskResult(const CorvaneProcessRes
         return true;
     }
     return false;
-}
-
-void BulkOperationsWidget::deviceSelectorOnAllTasksFinished()
-{
-    disconnect(corvaneProcessRunner, &CorvaneProcessRunner::taskFinished, this,
-               &BulkOperationsWidget::deviceSelectorOnTaskFinished);
-    disconnect(corvaneProcessRunner, &CorvaneProcessRunner::allTasksFinished, this,
-               &BulkOperationsWidget::deviceSelectorOnAllTasksFinished);
-    enableGuiElements(true);
-    progressBar->hide();
-    busyIndicator->stop();
-    discoveryRunning = adapterProbeRunning = partDetectionRunning = false;
-    runButton->setEnabled(true);
 }

@@ -12,6 +12,7 @@
 #include "reloadbutton.h"
 #include "rowordering.h"
 #include "selectallonclickfilter.h"
+#include "variableexplorerwidget.h"
 
 #include <QCheckBox>
 #include <QCompleter>
@@ -541,9 +542,7 @@ void BulkOperationsWidget::deviceSelectorOnClicked(const QModelIndex& index)
     values.insert(VARIABLE_NAME_IP_ADDRESS, text(DeviceIpAddressColumn).trimmed());
     values.insert(VARIABLE_NAME_TARGET_PART, text(DeviceTargetPartColumn).trimmed());
     values.insert(VARIABLE_NAME_NICKNAME, text(DeviceNicknameColumn));
-    // The explorer is only known as a window here; its slot takes the map.
-    QMetaObject::invokeMethod(variableExplorer, "updateVariableValues",
-                              QGenericArgument("QMap<QString,QString>", &values));
+    variableExplorer->updateVariableValues(values);
 }
 
 void BulkOperationsWidget::deviceSelectorOpnCompleterFetchSuggestions()

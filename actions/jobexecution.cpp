@@ -1,0 +1,90 @@
+#include "jobexecution.h"
+
+#include "batchutil.h"
+#include "jobvariables.h"
+
+#include <QCoreApplication>
+#include <QRegularExpression>
+
+namespace JobExecution {
+
+QMap<QString, QString> builtInVariableDescriptions()
+{
+    // Descriptions are shown as they are, untranslated, like the names.
+    return {
+        {VARIABLE_NAME_SERIAL_NUMBER, QStringLiteral("J-Link serial number (device specific)")},
+        {VARIABLE_NAME_IP_ADDRESS, QStringLiteral("Adapter IP address (device specific)")},
+        {VARIABLE_NAME_TARGET_PART, QStringLiteral("Target part number (device specific)")},
+        {VARIABLE_NAME_NICKNAME, QStringLiteral("Device nickname (device specific)")},
+        {VARIABLE_NAME_DEBUG_INTERFACE, QStringLiteral("Debug interface (currently selected value)")},
+        {VARIABLE_NAME_DEBUG_SPEED, QStringLiteral("Debug speed in kHz (currently selected value)")},
+    };
+}
+
+QString variableValue(const QString& name, const JobDevice& device, const JobContext& context)
+{
+    const QString key = name.toLower();
+    if (key == VARIABLE_NAME_SERIAL_NUMBER)
+        return device.serialNumber;
+    if (key == VARIABLE_NAME_IP_ADDRESS)
+        return device.ipAddress;
+    if (key == VARIABLE_NAME_TARGET_PART)
+        return device.targetPart;
+    if (key == VARIABLE_NAME_NICKNAME)
+        return device.nickname;
+    if (key == VARIABLE_NAME_DEBUG_INTERFACE)
+        return context.debugInterface;
+    if (key == VARIABLE_NAME_DEBUG_SPEED)
+        return QString::number(context.debugSpeed);
+    return QString();
+}
+
+DeviceArguments deviceSpecificArguments(const JobDevice& device, const QStringList& variableNames,
+                                        const JobContext& context)
+{
+    QStringList arguments;
+    if (device.connectionType == BatchUtil::Usb) {
+        if (device.serialNumber.isEmpty())
+            return {};
+        arguments << QStringLiteral("--serialno") << device.serialNumber;
+    } else if (device.connectionType == BatchUtil::Ip) {
+        if (device.ipAddress.isEmpty())
+            return {};
+        arguments << QStringLiteral("--ip") << device.ipAddress;
+    } else {
+        return {};
+    }
+    if (!device.targetPart.isEmpty())
+        arguments << QStringLiteral("--device") << device.targetPart;
+    for (const QString& name : variableNames) {
+        const QString value = variableValue(name, device, context);
+        if (!value.isEmpty())
+            arguments << QStringLiteral("--parameter") << QStringLiteral("%1:%2").arg(name, value);
+    }
+    const QString key = device.serialNumber.isEmpty() ? device.ipAddress : device.serialNumber;
+    return {key, arguments};
+}
+
+QString elapsedText(qint64 milliseconds)
+{
+    if (milliseconds < 1000)
+        return QCoreApplication::translate("BulkOperationsWidget", "%1 ms").arg(milliseconds);
+    const double seconds = milliseconds / 1000.0;
+    if (seconds < 60)
+        return QCoreApplication::translate("BulkOperationsWidget", "%1 s").arg(seconds, 0, 'f', 2);
+    const qint64 whole = qint64(seconds);
+    return QCoreApplication::translate("BulkOperationsWidget", "%1 m %2 s").arg(whole / 60).arg(whole % 60);
+}
+
+int lastRunningAction(const QByteArray& output)
+{
+    static const QRegularExpression pattern(QStringLiteral("^Running action\\s+(\\d+)"),
+                                            QRegularExpression::MultilineOption);
+    int action = -1;
+    auto matches = pattern.globalMatch(QString::fromUtf8(output));
+    while (matches.hasNext())
+        action = matches.next().captured(1).toInt();
+    return action;
+}
+
+} // namespace JobExecution

@@ -1,0 +1,120 @@
+#include "batchutil.h"
+#include "jobexecution.h"
+#include "testregistry.h"
+
+#include <QTest>
+
+class TestJobExecution : public QObject
+{
+    Q_OBJECT
+
+    static JobDevice usbDevice()
+    {
+        return JobDevice{QStringLiteral("801002345"), QStringLiteral("10.20.0.7"), BatchUtil::Usb,
+                         QStringLiteral("KM32G101F512"), QStringLiteral("bench-left")};
+    }
+
+private slots:
+    void elapsedTexts_data()
+    {
+        QTest::addColumn<qint64>("ms");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("zero") << qint64(0) << "0 ms";
+        QTest::newRow("999 ms") << qint64(999) << "999 ms";
+        QTest::newRow("one second") << qint64(1000) << "1.00 s";
+        QTest::newRow("1500 ms") << qint64(1500) << "1.50 s";
+        QTest::newRow("just under a minute") << qint64(59999) << "60.00 s";
+        QTest::newRow("a minute") << qint64(60000) << "1 m 0 s";
+        QTest::newRow("61 s") << qint64(61000) << "1 m 1 s";
+        QTest::newRow("over an hour") << qint64(3725400) << "62 m 5 s";
+    }
+
+    void elapsedTexts()
+    {
+        QFETCH(qint64, ms);
+        QFETCH(QString, text);
+        QCOMPARE(JobExecution::elapsedText(ms), text);
+    }
+
+    void failedAction_data()
+    {
+        QTest::addColumn<QByteArray>("output");
+        QTest::addColumn<int>("action");
+        QTest::newRow("none started") << QByteArray("Connecting...\nerror\n") << -1;
+        QTest::newRow("last of two") << QByteArray("Running action 1\nok\nRunning action 2\nfailed\n") << 2;
+        QTest::newRow("wide gap") << QByteArray("Running action   12\n") << 12;
+        QTest::newRow("not at line start") << QByteArray("Running action 1\n  Running action 7\n") << 1;
+        QTest::newRow("no number") << QByteArray("Running action x\n") << -1;
+        QTest::newRow("carriage returns") << QByteArray("Running action 3\r\nboom\r\n") << 3;
+    }
+
+    void failedAction()
+    {
+        QFETCH(QByteArray, output);
+        QFETCH(int, action);
+        QCOMPARE(JobExecution::lastRunningAction(output), action);
+    }
+
+    void argumentsPerConnection()
+    {
+        const JobContext context{QStringLiteral("SWD"), 4000};
+        JobDevice device = usbDevice();
+        auto entry = JobExecution::deviceSpecificArguments(device, {}, context);
+        QCOMPARE(entry.first, QStringLiteral("801002345"));
+        QCOMPARE(entry.second, QStringList({"--serialno", "801002345", "--device", "KM32G101F512"}));
+
+        // An IP row runs by address, yet keeps its serial number as key.
+        device.connectionType = BatchUtil::Ip;
+        entry = JobExecution::deviceSpecificArguments(device, {}, context);
+        QCOMPARE(entry.first, QStringLiteral("801002345"));
+        QCOMPARE(entry.second, QStringList({"--ip", "10.20.0.7", "--device", "KM32G101F512"}));
+
+        device.serialNumber.clear();
+        device.targetPart.clear();
+        entry = JobExecution::deviceSpecificArguments(device, {}, context);
+        QCOMPARE(entry.first, QStringLiteral("10.20.0.7"));
+        QCOMPARE(entry.second, QStringList({"--ip", "10.20.0.7"}));
+
+        // Rows without the value their connection needs, or with no connection, are not run.
+        device.ipAddress.clear();
+        QVERIFY(JobExecution::deviceSpecificArguments(device, {}, context).first.isEmpty());
+        device = usbDevice();
+        device.serialNumber.clear();
+        QVERIFY(JobExecution::deviceSpecificArguments(device, {}, context).first.isEmpty());
+        device = usbDevice();
+        device.connectionType = BatchUtil::Unknown;
+        QVERIFY(JobExecution::deviceSpecificArguments(device, {}, context).second.isEmpty());
+    }
+
+    void parametersFollowTheVariableList()
+    {
+        const JobContext context{QStringLiteral("JTAG"), 12000};
+        JobDevice device = usbDevice();
+        device.nickname.clear();
+        const QStringList names{"Serial_Number",   "nickname",   "custom_thing", "debug_speed",
+                                "debug_interface", "ip_address", "TARGET_PART"};
+        const auto entry = JobExecution::deviceSpecificArguments(device, names, context);
+        // Capitals still match; empty and unknown values are not passed; the list order is kept.
+        QCOMPARE(entry.second,
+                 QStringList({"--serialno", "801002345", "--device", "KM32G101F512", "--parameter",
+                              "Serial_Number:801002345", "--parameter", "debug_speed:12000", "--parameter",
+                              "debug_interface:JTAG", "--parameter", "ip_address:10.20.0.7", "--parameter",
+                              "TARGET_PART:KM32G101F512"}));
+    }
+
+    void builtInTable()
+    {
+        const auto table = JobExecution::builtInVariableDescriptions();
+        QCOMPARE(table.keys(), QStringList({"debug_interface", "debug_speed", "ip_address", "nickname",
+                                            "serial_number", "target_part"}));
+        // Every listed name has a value source.
+        const JobDevice device = usbDevice();
+        const JobContext context{QStringLiteral("SWD"), 100};
+        for (const QString& name : table.keys())
+            QVERIFY2(!JobExecution::variableValue(name, device, context).isEmpty(), qPrintable(name));
+        QCOMPARE(JobExecution::variableValue(QStringLiteral("other"), device, context), QString());
+    }
+};
+
+HARNWICK_TEST(TestJobExecution)
+#include "tst_jobexecution.moc"
