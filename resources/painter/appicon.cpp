@@ -61,13 +61,8 @@ void paintMark(QPainter& painter, const MarkStyle& style, qreal grow = 0)
     }
 }
 
-} // namespace
-
-QImage paintAppIcon()
+void drawAppIcon(QPainter& painter)
 {
-    QImage image = Canvas::blank(iconSize, iconSize);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
     const QRectF tile(10, 10, 236, 236);
     QLinearGradient slate(tile.topLeft(), tile.bottomLeft());
     slate.setColorAt(0, QColor(0x3a, 0x47, 0x52));
@@ -80,16 +75,10 @@ QImage paintAppIcon()
     painter.drawRoundedRect(tile.adjusted(1.5, 1.5, -1.5, -1.5), 48.5, 48.5);
 
     paintMark(painter, {QColor(0xe4, 0xe8, 0xec), QColor(0x26, 0x30, 0x38), QColor(0x26, 0x30, 0x38)});
-    painter.end();
-    return image;
 }
 
-QImage paintAppIconPumpkin()
+void drawAppIconPumpkin(QPainter& painter)
 {
-    QImage image = Canvas::blank(iconSize, iconSize);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-
     // The stem first, so the body overlaps its foot.
     QPainterPath stem;
     stem.moveTo(118, 52);
@@ -122,6 +111,14 @@ QImage paintAppIconPumpkin()
     painter.translate(-128, -128);
     paintMark(painter, {cut, cut, cut}, 5);
     paintMark(painter, {QColor(0xff, 0xd8, 0x5c), cut, cut});
-    painter.end();
-    return image;
+}
+
+} // namespace
+
+void addAppIcons(Canvas::Catalogue& images)
+{
+    images.insert(QStringLiteral("icons/Harnwick256.png"),
+                  [] { return Canvas::paint(iconSize, iconSize, drawAppIcon); });
+    images.insert(QStringLiteral("icons/Harnwick256-pumpkin.png"),
+                  [] { return Canvas::paint(iconSize, iconSize, drawAppIconPumpkin); });
 }

@@ -7,57 +7,27 @@
 
 namespace {
 
-// Draws an upward arrow, optionally with a bar above it; the downward forms
-// are the same drawing mirrored, so the pairs match exactly.
-QImage paintArrow(Canvas::Theme theme, bool pointsUp, bool withBar)
+// An upward arrow, optionally with a bar above it; the downward forms are the
+// same drawing mirrored, so the pairs match exactly.
+Canvas::IconDrawing arrow(bool pointsUp, bool withBar)
 {
-    QImage image = Canvas::blankIcon();
-    QPainter painter;
-    Canvas::beginIcon(painter, image);
-    if (!pointsUp) {
-        painter.translate(0, Canvas::iconUnits);
-        painter.scale(1, -1);
-    }
-    painter.setPen(Canvas::pen(Canvas::ink(theme)));
-    const qreal tip = withBar ? 11.5 : 5.5;
-    const qreal wing = withBar ? 7.0 : 8.5;
-    painter.drawLine(QPointF(16, 27), QPointF(16, tip + 1));
-    painter.drawPolyline(
-        Canvas::points({QPointF(16 - wing, tip + wing), QPointF(16, tip), QPointF(16 + wing, tip + wing)}));
-    if (withBar)
-        painter.drawLine(QPointF(7, 5), QPointF(25, 5));
-    painter.end();
-    return image;
+    return [pointsUp, withBar](QPainter& painter, const QColor&) {
+        if (!pointsUp) {
+            painter.translate(0, Canvas::iconUnits);
+            painter.scale(1, -1);
+        }
+        const qreal tip = withBar ? 11.5 : 5.5;
+        const qreal wing = withBar ? 7.0 : 8.5;
+        painter.drawLine(QPointF(16, 27), QPointF(16, tip + 1));
+        painter.drawPolyline(Canvas::points(
+            {QPointF(16 - wing, tip + wing), QPointF(16, tip), QPointF(16 + wing, tip + wing)}));
+        if (withBar)
+            painter.drawLine(QPointF(7, 5), QPointF(25, 5));
+    };
 }
 
-} // namespace
-
-QImage paintUp(Canvas::Theme theme)
+void drawRefresh(QPainter& painter, const QColor& ink)
 {
-    return paintArrow(theme, true, false);
-}
-
-QImage paintDown(Canvas::Theme theme)
-{
-    return paintArrow(theme, false, false);
-}
-
-QImage paintTop(Canvas::Theme theme)
-{
-    return paintArrow(theme, true, true);
-}
-
-QImage paintBottom(Canvas::Theme theme)
-{
-    return paintArrow(theme, false, true);
-}
-
-QImage paintRefresh(Canvas::Theme theme)
-{
-    QImage image = Canvas::blankIcon();
-    QPainter painter;
-    Canvas::beginIcon(painter, image);
-    const QColor ink = Canvas::ink(theme);
     const QPointF centre(16, 16);
     const qreal radius = 9.5;
     // Clockwise from three o'clock round to twelve; the head closes most of
@@ -68,7 +38,6 @@ QImage paintRefresh(Canvas::Theme theme)
     const QRectF box(centre.x() - radius, centre.y() - radius, 2 * radius, 2 * radius);
     arc.arcMoveTo(box, startAngle);
     arc.arcTo(box, startAngle, sweep);
-    painter.setPen(Canvas::pen(ink));
     painter.drawPath(arc);
 
     // A solid head at twelve o'clock pointing along the circle.
@@ -80,6 +49,17 @@ QImage paintRefresh(Canvas::Theme theme)
     painter.setPen(Canvas::pen(ink, 1.5));
     painter.setBrush(ink);
     painter.drawPolygon(Canvas::points({point + along * 6.0, base + across * 5.0, base - across * 5.0}));
-    painter.end();
-    return image;
+}
+
+} // namespace
+
+void addArrowIcons(Canvas::Catalogue& images)
+{
+    Canvas::addThemed(images, QStringLiteral("graphics/up-%1.png"), arrow(true, false));
+    Canvas::addThemed(images, QStringLiteral("graphics/down-%1.png"), arrow(false, false));
+    Canvas::addThemed(images, QStringLiteral("graphics/top-%1.png"), arrow(true, true));
+    Canvas::addThemed(images, QStringLiteral("graphics/bottom-%1.png"), arrow(false, true));
+    // The refresh button picks "refresh_dark" for dark backgrounds, so that one
+    // is drawn light, like the themed "-dark" icons.
+    Canvas::addThemed(images, QStringLiteral("graphics/refresh_%1.png"), drawRefresh);
 }

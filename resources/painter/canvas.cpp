@@ -24,26 +24,6 @@ QColor ink(Theme theme)
     return theme == Theme::Light ? QColor(0x26, 0x2b, 0x31) : QColor(0xe9, 0xec, 0xef);
 }
 
-QImage blank(int width, int height)
-{
-    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    return image;
-}
-
-QImage blankIcon()
-{
-    return blank(iconPixels, iconPixels);
-}
-
-void beginIcon(QPainter& painter, QImage& image)
-{
-    painter.begin(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const qreal scale = image.width() / iconUnits;
-    painter.scale(scale, scale);
-}
-
 QPen pen(const QColor& color, qreal width)
 {
     QPen result(color, width);
@@ -55,6 +35,33 @@ QPen pen(const QColor& color, qreal width)
 QPolygonF points(std::initializer_list<QPointF> list)
 {
     return QPolygonF(QVector<QPointF>(list));
+}
+
+QImage paint(int pixels, qreal units, const Drawing& draw)
+{
+    QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.scale(pixels / units, pixels / units);
+    draw(painter);
+    painter.end();
+    return image;
+}
+
+QImage paintIcon(const QColor& ink, const IconDrawing& draw)
+{
+    return paint(iconPixels, iconUnits, [&](QPainter& painter) {
+        painter.setPen(pen(ink));
+        draw(painter, ink);
+    });
+}
+
+void addThemed(Catalogue& images, const QString& pattern, const IconDrawing& draw)
+{
+    for (const Theme theme : {Theme::Light, Theme::Dark})
+        images.insert(pattern.arg(theme == Theme::Light ? QStringLiteral("light") : QStringLiteral("dark")),
+                      [theme, draw] { return paintIcon(ink(theme), draw); });
 }
 
 } // namespace Canvas

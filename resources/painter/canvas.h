@@ -2,9 +2,12 @@
 
 #include <QColor>
 #include <QImage>
+#include <QMap>
 #include <QPen>
 #include <QPolygonF>
+#include <QString>
 
+#include <functional>
 #include <initializer_list>
 
 class QPainter;
@@ -34,16 +37,24 @@ QColor red();
 // variants the other way round.
 QColor ink(Theme theme);
 
-// A transparent square canvas of iconPixels.
-QImage blankIcon();
-QImage blank(int width, int height);
-
-// Antialiased painter on image, scaled so that the image is iconUnits wide.
-void beginIcon(QPainter& painter, QImage& image);
-
 QPen pen(const QColor& color, qreal width = strokeWidth);
 
 // Qt 5 polygons lack a list constructor.
 QPolygonF points(std::initializer_list<QPointF> list);
+
+using Drawing = std::function<void(QPainter& painter)>;
+// An icon drawing gets the painter with the outline pen already set in `ink`.
+using IconDrawing = std::function<void(QPainter& painter, const QColor& ink)>;
+
+// A transparent square image `pixels` wide, drawn antialiased on a grid `units` wide.
+QImage paint(int pixels, qreal units, const Drawing& draw);
+// A small icon on the 32-unit grid.
+QImage paintIcon(const QColor& ink, const IconDrawing& draw);
+
+// The painted images by file name below the output folder ("graphics/up-light.png").
+using Catalogue = QMap<QString, std::function<QImage()>>;
+
+// Adds both variants of a themed icon; `pattern` takes "light" or "dark" for %1.
+void addThemed(Catalogue& images, const QString& pattern, const IconDrawing& draw);
 
 } // namespace Canvas

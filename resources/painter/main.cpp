@@ -9,52 +9,18 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QMap>
 #include <QTextStream>
-
-#include <functional>
 
 namespace {
 
-using Painter = std::function<QImage()>;
-
-QMap<QString, Painter> catalogue()
+Canvas::Catalogue catalogue()
 {
-    QMap<QString, Painter> images;
-    const auto themed = [&images](const QString& name, QImage (*paint)(Canvas::Theme)) {
-        images.insert(QStringLiteral("graphics/%1-light.png").arg(name),
-                      [paint] { return paint(Canvas::Theme::Light); });
-        images.insert(QStringLiteral("graphics/%1-dark.png").arg(name),
-                      [paint] { return paint(Canvas::Theme::Dark); });
-    };
-    themed(QStringLiteral("up"), paintUp);
-    themed(QStringLiteral("down"), paintDown);
-    themed(QStringLiteral("top"), paintTop);
-    themed(QStringLiteral("bottom"), paintBottom);
-    themed(QStringLiteral("logs"), paintLogs);
-    themed(QStringLiteral("corvane"), paintCorvane);
-    themed(QStringLiteral("run"), paintRun);
-    themed(QStringLiteral("magnifying-glass"), paintMagnifyingGlass);
-    themed(QStringLiteral("chip"), paintChip);
-    themed(QStringLiteral("checkbox-checked"), paintCheckboxChecked);
-    themed(QStringLiteral("checkbox-unchecked"), paintCheckboxUnchecked);
-    themed(QStringLiteral("eraser"), paintEraser);
-
-    images.insert(QStringLiteral("graphics/add.png"), paintAdd);
-    images.insert(QStringLiteral("graphics/remove.png"), paintRemove);
-    images.insert(QStringLiteral("graphics/dot-green.png"), [] { return paintDot(Canvas::green()); });
-    images.insert(QStringLiteral("graphics/dot-yellow.png"), [] { return paintDot(Canvas::yellow()); });
-    images.insert(QStringLiteral("graphics/dot-red.png"), [] { return paintDot(Canvas::red()); });
-    // The refresh button picks "refresh_dark" for dark backgrounds, so that one
-    // is drawn light, like the themed "-dark" icons.
-    images.insert(QStringLiteral("graphics/refresh_light.png"),
-                  [] { return paintRefresh(Canvas::Theme::Light); });
-    images.insert(QStringLiteral("graphics/refresh_dark.png"),
-                  [] { return paintRefresh(Canvas::Theme::Dark); });
-    images.insert(QStringLiteral("graphics/smith_chart.png"), paintSmithChart);
-
-    images.insert(QStringLiteral("icons/Harnwick256.png"), paintAppIcon);
-    images.insert(QStringLiteral("icons/Harnwick256-pumpkin.png"), paintAppIconPumpkin);
+    Canvas::Catalogue images;
+    addArrowIcons(images);
+    addToolIcons(images);
+    addMarkIcons(images);
+    addSmithChart(images);
+    addAppIcons(images);
     return images;
 }
 
@@ -84,7 +50,7 @@ int main(int argc, char** argv)
     }
     const QDir out(args.first());
     const QStringList files = args.mid(1);
-    const QMap<QString, Painter> images = catalogue();
+    const Canvas::Catalogue images = catalogue();
 
     bool agreed = true;
     for (const QString& file : files) {

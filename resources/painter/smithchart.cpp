@@ -22,13 +22,8 @@ QRectF circleBox(qreal u, qreal v, qreal radius)
     return QRectF(centre.x() - r, centre.y() - r, 2 * r, 2 * r);
 }
 
-} // namespace
-
-QImage paintSmithChart()
+void drawSmithChart(QPainter& painter)
 {
-    QImage image = Canvas::blank(chartPixels, chartPixels);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
     // Mid grey reads on light and dark pages alike once the page fades it.
     const QColor ink(128, 132, 138);
     const QRectF disc = circleBox(0, 0, 1);
@@ -69,6 +64,12 @@ QImage paintSmithChart()
     painter.setPen(Qt::NoPen);
     painter.setBrush(ink);
     painter.drawEllipse(toPixels(0, 0), 5, 5);
-    painter.end();
-    return image;
+}
+
+} // namespace
+
+void addSmithChart(Canvas::Catalogue& images)
+{
+    images.insert(QStringLiteral("graphics/smith_chart.png"),
+                  [] { return Canvas::paint(chartPixels, chartPixels, drawSmithChart); });
 }
