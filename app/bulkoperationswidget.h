@@ -211,6 +211,9 @@ private:
                                      const QList<QPair<QString, QStringList>>& entries);
     DynamicComboBox* deviceSelectorConnectionComboBox(int row) const;
     QList<int> deviceSelectorHighlightedRows() const;
+    // The (task id, own arguments) pairs of a probe (`probe` true) or a part
+    // detection of the highlighted rows; false when nothing is to be started.
+    bool deviceSelectorHighlightedRowTasks(bool probe, QList<QPair<QString, QStringList>>& entries);
     void deviceSelectorSetCheckState(const QList<int>& rows, Qt::CheckState state);
     void deviceSelectorResizeColumns();
     void deviceSelectorResizeColumn(int column);

@@ -7,36 +7,55 @@
 
 #include <QStandardItemModel>
 
-void BulkOperationsWidget::deviceSelectorProbeAdapterSelectedDevices()
+bool BulkOperationsWidget::deviceSelectorHighlightedRowTasks(bool probe,
+                                                             QList<QPair<QString, QStringList>>& entries)
 {
     const QList<int> rows = deviceSelectorHighlightedRows();
     if (rows.isEmpty()) {
-        emit errorEncountered(tr("No devices selected for adapter probing."));
-        return;
+        emit errorEncountered(probe ? tr("No devices selected for adapter probing.")
+                                    : tr("No devices selected for target device detection."));
+        return false;
     }
     if (deviceSelectorOperationRunning())
-        return;
+        return false;
 
-    QList<QPair<QString, QStringList>> entries;
     for (int row : rows) {
         const DynamicComboBox* combo = deviceSelectorConnectionComboBox(row);
         const BatchUtil::ConnectionType type =
             connectionTypeFromString(combo ? combo->currentText() : QString());
-        const QString serialNumber =
-            deviceSelectorModel->item(row, DeviceSerialNumberColumn)->text().trimmed();
-        const QString ipAddress = deviceSelectorModel->item(row, DeviceIpAddressColumn)->text().trimmed();
-        if (type == BatchUtil::Unknown) {
+        const auto text = [this, row](int column) {
+            return deviceSelectorModel->item(row, column)->text().trimmed();
+        };
+        const QString serialNumber = text(DeviceSerialNumberColumn);
+        const QString ipAddress = text(DeviceIpAddressColumn);
+        if (type == BatchUtil::Unknown && probe) {
             // One unusable row stops the whole probe, rows examined before it
             // included.
             setDeviceStatusError(row, tr("Unknown connection type. Please select one in the dropdown menu."),
                                  QString());
-            return;
+            return false;
+        }
+        if (type == BatchUtil::Unknown) {
+            // Unlike probing, the other rows still go ahead.
+            setDeviceStatusError(
+                row, tr("Unknown connection type for this device. Please select one in the dropdown menu."),
+                QString());
+            continue;
         }
         const bool usb = type == BatchUtil::Usb;
         entries.append({usb ? serialNumber : ipAddress,
-                        CorvaneReplies::probeDeviceArguments(usb, serialNumber, ipAddress)});
+                        probe ? CorvaneReplies::probeDeviceArguments(usb, serialNumber, ipAddress)
+                              : CorvaneReplies::detectionDeviceArguments(usb, serialNumber, ipAddress,
+                                                                         text(DeviceTargetPartColumn))});
     }
+    return true;
+}
 
+void BulkOperationsWidget::deviceSelectorProbeAdapterSelectedDevices()
+{
+    QList<QPair<QString, QStringList>> entries;
+    if (!deviceSelectorHighlightedRowTasks(true, entries))
+        return;
     adapterProbeRunning = true;
     deviceSelectorRunInParallel(CorvaneReplies::probeArguments(), entries);
 }
@@ -66,35 +85,9 @@ void BulkOperationsWidget::deviceSelectorProbeAdapterParseResult(int deviceIndex
 
 void BulkOperationsWidget::deviceSelectorDetectTargetDeviceHighlightedDevices()
 {
-    const QList<int> rows = deviceSelectorHighlightedRows();
-    if (rows.isEmpty()) {
-        emit errorEncountered(tr("No devices selected for target device detection."));
-        return;
-    }
-    if (deviceSelectorOperationRunning())
-        return;
-
     QList<QPair<QString, QStringList>> entries;
-    for (int row : rows) {
-        const DynamicComboBox* combo = deviceSelectorConnectionComboBox(row);
-        const BatchUtil::ConnectionType type =
-            connectionTypeFromString(combo ? combo->currentText() : QString());
-        const QString serialNumber =
-            deviceSelectorModel->item(row, DeviceSerialNumberColumn)->text().trimmed();
-        const QString ipAddress = deviceSelectorModel->item(row, DeviceIpAddressColumn)->text().trimmed();
-        const QString targetPart = deviceSelectorModel->item(row, DeviceTargetPartColumn)->text().trimmed();
-        if (type == BatchUtil::Unknown) {
-            // Unlike probing, the other rows still go ahead.
-            setDeviceStatusError(
-                row, tr("Unknown connection type for this device. Please select one in the dropdown menu."),
-                QString());
-            continue;
-        }
-        const bool usb = type == BatchUtil::Usb;
-        entries.append({usb ? serialNumber : ipAddress,
-                        CorvaneReplies::detectionDeviceArguments(usb, serialNumber, ipAddress, targetPart)});
-    }
-
+    if (!deviceSelectorHighlightedRowTasks(false, entries))
+        return;
     partDetectionRunning = true;
     deviceSelectorRunInParallel(CorvaneReplies::detectionArguments(), entries);
 }
