@@ -42,41 +42,37 @@ inline QPushButton* runButton(const BulkOperationsWidget& page)
     return page.findChild<QPushButton*>(QStringLiteral("runButton"));
 }
 
-inline QList<int> ids(const BulkOperationsWidget& page)
+inline QStringList rowTexts(const BulkOperationsWidget& page, int column, int role = Qt::DisplayRole)
 {
-    QList<int> result;
-    QStandardItemModel* m = model(page);
-    for (int row = 0; row < m->rowCount(); ++row)
-        result.append(m->index(row, 1).data(actionIdRole).toInt());
+    QStringList result;
+    for (int row = 0; row < model(page)->rowCount(); ++row)
+        result.append(model(page)->index(row, column).data(role).toString());
     return result;
 }
 
-inline QStringList rowTexts(const BulkOperationsWidget& page, int column)
+inline QList<int> ids(const BulkOperationsWidget& page)
 {
-    QStringList result;
-    QStandardItemModel* m = model(page);
-    for (int row = 0; row < m->rowCount(); ++row)
-        result.append(m->index(row, column).data().toString());
+    QList<int> result;
+    for (const QString& id : rowTexts(page, 1, actionIdRole))
+        result.append(id.toInt());
     return result;
 }
 
 // Empty when the numbering is 1..n and the editor pages follow the rows.
 inline QString inconsistency(const BulkOperationsWidget& page)
 {
-    QStandardItemModel* m = model(page);
-    QStackedWidget* s = stack(page);
-    if (s->count() != m->rowCount() + 1)
-        return QStringLiteral("%1 editor pages for %2 rows").arg(s->count() - 1).arg(m->rowCount());
     const QList<int> rowIds = ids(page);
-    for (int row = 0; row < m->rowCount(); ++row) {
-        if (m->index(row, 0).data().toString() != QString::number(row + 1))
-            return QStringLiteral("row %1 is numbered %2").arg(row).arg(m->index(row, 0).data().toString());
-        const QVariant pageId = s->widget(row + 1)->property("actionId");
-        if (!pageId.isValid() || pageId.toInt() != rowIds.at(row))
-            return QStringLiteral("row %1 holds action %2 but page %3 belongs to %4")
+    if (stack(page)->count() != rowIds.size() + 1)
+        return QStringLiteral("%1 editor pages for %2 rows").arg(stack(page)->count() - 1).arg(rowIds.size());
+    const QStringList numbers = rowTexts(page, 0);
+    for (int row = 0; row < rowIds.size(); ++row) {
+        const QVariant pageId = stack(page)->widget(row + 1)->property("actionId");
+        if (numbers.at(row) != QString::number(row + 1) || !pageId.isValid() ||
+            pageId.toInt() != rowIds.at(row))
+            return QStringLiteral("row %1 (number %2, action %3) has page of action %4")
                 .arg(row)
+                .arg(numbers.at(row))
                 .arg(rowIds.at(row))
-                .arg(row + 1)
                 .arg(pageId.toString());
     }
     return QString();
@@ -102,10 +98,9 @@ inline QList<int> selectedRows(const BulkOperationsWidget& page)
 
 inline QGroupBox* editBox(const BulkOperationsWidget& page, int actionId)
 {
-    QStackedWidget* s = stack(page);
-    for (int index = 1; index < s->count(); ++index) {
-        if (s->widget(index)->property("actionId").toInt() == actionId)
-            return qobject_cast<QGroupBox*>(s->widget(index));
+    for (int index = 1; index < stack(page)->count(); ++index) {
+        if (stack(page)->widget(index)->property("actionId").toInt() == actionId)
+            return qobject_cast<QGroupBox*>(stack(page)->widget(index));
     }
     return nullptr;
 }
@@ -133,8 +128,7 @@ inline QWidget* settingsPage(QGroupBox* box, int actionType)
 
 inline void chooseType(QGroupBox* box, int actionType)
 {
-    QComboBox* combo = selector(box);
-    combo->setCurrentIndex(combo->findData(actionType));
+    selector(box)->setCurrentIndex(selector(box)->findData(actionType));
 }
 
 inline QImage iconImage(const QIcon& icon)

@@ -2,80 +2,211 @@
 #include "batchutil.h"
 #include "bulkaction.h"
 #include "bulkoperationswidget.h"
+#include "hexspinbox.h"
 #include "testregistry.h"
 
+#include <QCheckBox>
 #include <QFile>
 #include <QLineEdit>
+#include <QRadioButton>
 #include <QTemporaryDir>
 #include <QTest>
 
 using namespace ActionPage;
 using Step = QMap<QString, QVariant>;
 
-class TestActionJobBundle : public QObject
-{
-    Q_OBJECT
+namespace {
 
-private slots:
-    void bundleOfThePage();
-};
-
-void TestActionJobBundle::bundleOfThePage()
+Step step(const char* task, Step settings = {}, bool enabled = true)
 {
-    BulkOperationsWidget page;
+    settings.insert(QStringLiteral("task"), QString::fromLatin1(task));
+    settings.insert(QStringLiteral("enabled"), enabled);
+    return settings;
+}
+
+// Equal keys, equal values and equal value types: a bool must not come out as text.
+QString stepDifference(const Step& actual, const Step& expected)
+{
+    if (actual.keys() != expected.keys())
+        return QStringLiteral("keys %1").arg(actual.keys().join(QLatin1Char(',')));
+    for (auto it = expected.cbegin(); it != expected.cend(); ++it) {
+        const QVariant& value = actual.value(it.key());
+        if (value.userType() != it.value().userType() || value != it.value())
+            return QStringLiteral("%1 is %2 (%3)")
+                .arg(it.key(), value.toStringList().join(QLatin1Char(',')) + value.toString(),
+                     value.typeName());
+    }
+    return QString();
+}
+
+// One action of every type, settings off their defaults where they have any, two
+// devices and the debug connection options.
+void fillPage(BulkOperationsWidget& page)
+{
     page.addDeviceToTable(QStringLiteral("801002345"), QString(), QStringLiteral("KM32G101F512"),
                           QStringLiteral("bench-left"), true, false, true, true);
     page.addDeviceToTable(QString(), QStringLiteral("10.0.4.17"), QString(), QString(), false, true, false,
                           true);
-    page.debugConnectionOptionsRestore(true, QStringLiteral("SWD"), 2000);
-    QGroupBox* custom = addTyped(page, BulkAction::RunCustomCommand);
-    field<QLineEdit>(custom, BulkAction::RunCustomCommand, "customCommandLineEdit")
-        ->setText(QStringLiteral("device info --device {{target_part}}"));
-    addTyped(page, BulkAction::MassEraseTargetDevice, false);
+    page.debugConnectionOptionsRestore(true, QStringLiteral("JTAG"), 2000);
 
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("bench.hwj"));
-    QStringList variables;
-    QVERIFY(page.prepareBatchJobFile(path, variables));
-    QCOMPARE(variables, QStringList{QStringLiteral("target_part")});
+    page.actionSelectorAddAction(); // never given a type: no step
+    QGroupBox* box = addTyped(page, BulkAction::RunCustomCommand, false);
+    field<QLineEdit>(box, BulkAction::RunCustomCommand, "customCommandLineEdit")
+        ->setText(QStringLiteral("device info --device {{target_part}} \"my file\""));
+    field<QCheckBox>(box, BulkAction::RunCustomCommand, "appendConnectionOptionCheckBox")->toggle();
+    box = addTyped(page, BulkAction::InstallAdapterFirmware);
+    field<QLineEdit>(box, BulkAction::InstallAdapterFirmware, "emzFileLineEdit")
+        ->setText(QStringLiteral("/fw/{{nickname}}.emz"));
+    field<QComboBox>(addTyped(page, BulkAction::SetAdapterDebugMode), BulkAction::SetAdapterDebugMode,
+                     "debugModeComboBox")
+        ->setCurrentText(QStringLiteral("MINI"));
+    addTyped(page, BulkAction::LogDeviceInfo);
+    box = addTyped(page, BulkAction::FlashTargetDevice);
+    field<QLineEdit>(box, BulkAction::FlashTargetDevice, "appFileLineEdit")
+        ->setText(QStringLiteral("fw.hex"));
+    for (const char* name : {"resetAfterFlashCheckBox", "verifyAfterFlashCheckBox"})
+        field<QCheckBox>(box, BulkAction::FlashTargetDevice, name)->toggle();
+    box = addTyped(page, BulkAction::FlashTargetDevice);
+    field<QLineEdit>(box, BulkAction::FlashTargetDevice, "appFileLineEdit")
+        ->setText(QStringLiteral("fw.bin"));
+    field<HexSpinBox>(box, BulkAction::FlashTargetDevice, "startAddressSpinBox")->setValue(0x8000);
+    for (const char* name : {"forceCheckBox", "haltAfterFlashCheckBox", "verifyAfterFlashCheckBox"})
+        field<QCheckBox>(box, BulkAction::FlashTargetDevice, name)->toggle();
+    addTyped(page, BulkAction::MassEraseTargetDevice);
+    field<QRadioButton>(addTyped(page, BulkAction::LockUnlockTargetDevice),
+                        BulkAction::LockUnlockTargetDevice, "unlockDebugRadioButton")
+        ->setChecked(true);
+    addTyped(page, BulkAction::LockUnlockTargetDevice);
+    addTyped(page, BulkAction::RecoverTargetDevice, false);
+    addTyped(page, BulkAction::Wait);
+    field<QLineEdit>(addTyped(page, BulkAction::Wait), BulkAction::Wait, "durationLineEdit")
+        ->setText(QStringLiteral("1500"));
+}
 
-    BatchUtil reader;
+struct Bundle
+{
     QList<Step> steps;
     QList<BatchUtil::DeviceEntry> devices;
     bool applied = false;
     QString debugInterface;
     int speed = 0;
-    QStringList parameters;
-    QVERIFY(reader.bundleRead(path, steps, devices, applied, debugInterface, speed, parameters));
-    QVERIFY(applied);
-    QCOMPARE(debugInterface, QStringLiteral("SWD"));
-    QCOMPARE(speed, 2000);
-    QCOMPARE(parameters, variables);
-    QCOMPARE(steps.size(), 2);
-    QCOMPARE(steps[0].value(QStringLiteral("arguments")).toStringList(),
-             (QStringList{QStringLiteral("device"), QStringLiteral("info"), QStringLiteral("--device"),
-                          QStringLiteral("{{target_part}}")}));
-    QCOMPARE(steps[1].value(QStringLiteral("task")).toString(), QStringLiteral("mass_erase_target_device"));
-    QCOMPARE(steps[1].value(QStringLiteral("enabled")).toBool(), false);
+    QStringList variables;
+};
 
-    QCOMPARE(devices.size(), 2);
-    BatchUtil::DeviceEntry usb;
-    usb.serialNumber = 801002345;
-    usb.targetDevice = QStringLiteral("KM32G101F512");
-    usb.connectionType = BatchUtil::Usb;
-    usb.nickname = QStringLiteral("bench-left");
-    usb.selected = true;
-    BatchUtil::DeviceEntry ip;
-    ip.connectionType = BatchUtil::Ip;
-    ip.ip = QStringLiteral("10.0.4.17");
-    QVERIFY(devices.contains(usb));
-    QVERIFY(devices.contains(ip));
+Bundle readBundle(const QString& path)
+{
+    Bundle bundle;
+    BatchUtil reader;
+    if (!reader.bundleRead(path, bundle.steps, bundle.devices, bundle.applied, bundle.debugInterface,
+                           bundle.speed, bundle.variables))
+        qWarning("cannot read %s", qPrintable(path));
+    return bundle;
+}
 
+} // namespace
+
+class TestActionJobBundle : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void stepsFromEveryPage();
+    void saveAndLoadRoundTrip();
+};
+
+void TestActionJobBundle::stepsFromEveryPage()
+{
+    BulkOperationsWidget page;
+    fillPage(page);
+    const QList<Step> expected{
+        step("run_custom_command",
+             {{"arguments", QStringList{"device", "info", "--device", "{{target_part}}", "my file"}},
+              {"append_connection_option", false}},
+             false),
+        step("install_adapter_firmware",
+             {{"use_default", true}, {"install_only_if_newer", true}, {"emz_file", "/fw/{{nickname}}.emz"}}),
+        step("set_adapter_debug_mode", {{"mode", "MINI"}}),
+        step("log_device_info"),
+        step("flash_target_device", {{"image_file", "fw.hex"}, {"flags", QStringList()}}),
+        step("flash_target_device",
+             {{"image_file", "fw.bin"},
+              {"start_address", "0x00008000"},
+              {"flags", QStringList{"force", "reset_after_flash", "halt_after_flash"}}}),
+        step("mass_erase_target_device"),
+        step("lock_unlock_target_device", {{"operation", "unlock"}}),
+        step("lock_unlock_target_device", {{"operation", "lock"}}),
+        step("recover_target_device", {}, false),
+        step("wait", {{"duration_ms", 0}}),
+        step("wait", {{"duration_ms", 1500}}),
+    };
+    QStringList variables;
+    const QList<Step> steps = page.getTasksFromActionsList(variables);
+    QCOMPARE(steps.size(), expected.size());
+    for (int i = 0; i < steps.size(); ++i) {
+        const QString difference = stepDifference(steps[i], expected[i]);
+        QVERIFY2(difference.isEmpty(), qPrintable(QStringLiteral("step %1: %2").arg(i).arg(difference)));
+    }
+    // The disabled custom command's variable does not count.
+    QCOMPARE(variables, QStringList{QStringLiteral("nickname")});
+
+    // Steps follow the rows as they are now, whatever order the pages were made in.
+    select(page, {model(page)->rowCount() - 1});
+    page.actionSelectorMoveHighlightedActionsToTop();
+    QCOMPARE(page.getTasksFromActionsList(variables).first().value(QStringLiteral("duration_ms")),
+             QVariant(1500));
+}
+
+void TestActionJobBundle::saveAndLoadRoundTrip()
+{
+    BulkOperationsWidget source;
+    fillPage(source);
+    QTemporaryDir dir;
+    QStringList variables;
+    QVERIFY(source.prepareBatchJobFile(dir.filePath(QStringLiteral("first.hwj")), variables));
+    const Bundle first = readBundle(dir.filePath(QStringLiteral("first.hwj")));
+    QCOMPARE(first.steps.size(), 12);
+    QCOMPARE(first.variables, variables);
+    QCOMPARE(first.devices.size(), 2);
+    const BatchUtil::DeviceEntry usb = first.devices.at(0), ip = first.devices.at(1);
+    QCOMPARE(QStringList({QString::number(usb.serialNumber), usb.targetDevice, usb.nickname, usb.ip}),
+             QStringList({"801002345", "KM32G101F512", "bench-left", ""}));
+    QVERIFY(usb.connectionType == BatchUtil::Usb && usb.selected);
+    QCOMPARE(QStringList({QString::number(ip.serialNumber), ip.ip}), QStringList({"0", "10.0.4.17"}));
+    QVERIFY(ip.connectionType == BatchUtil::Ip && !ip.selected);
+    QVERIFY(first.applied);
+    QCOMPARE(first.debugInterface, QStringLiteral("JTAG"));
+    QCOMPARE(first.speed, 2000);
+
+    // Loading replaces whatever the page held; saving again gives the same job,
+    // but for a lock, which is read back as unlock.
+    BulkOperationsWidget target;
+    target.addDeviceToTable(QStringLiteral("801002346"), QString(), QString(), QString(), true, false, true,
+                            true);
+    addTyped(target, BulkAction::MassEraseTargetDevice);
+    target.loadBatchJob(dir.filePath(QStringLiteral("first.hwj")));
+    QVERIFY(target.prepareBatchJobFile(dir.filePath(QStringLiteral("second.hwj")), variables));
+    const Bundle second = readBundle(dir.filePath(QStringLiteral("second.hwj")));
+    QVERIFY(second.devices == first.devices);
+    QCOMPARE(second.applied, first.applied);
+    QCOMPARE(second.debugInterface, first.debugInterface);
+    QCOMPARE(second.speed, first.speed);
+    QCOMPARE(second.steps.size(), first.steps.size());
+    for (int i = 0; i < first.steps.size(); ++i) {
+        Step expected = first.steps[i];
+        if (expected.value(QStringLiteral("operation")) == QStringLiteral("lock"))
+            expected.insert(QStringLiteral("operation"), QStringLiteral("unlock"));
+        QCOMPARE(second.steps[i], expected);
+    }
+
+    // A bundle that cannot be read leaves the page as it was.
+    const QList<int> loaded = ids(target);
+    QFile broken(dir.filePath(QStringLiteral("broken.hwj")));
+    QVERIFY(broken.open(QIODevice::WriteOnly) && broken.write("not a zip") > 0);
+    broken.close();
+    target.loadBatchJob(broken.fileName());
+    QCOMPARE(ids(target), loaded);
     // A bundle that cannot be written makes the whole preparation fail.
-    QFile blocker(dir.filePath(QStringLiteral("not-a-folder")));
-    QVERIFY(blocker.open(QIODevice::WriteOnly));
-    blocker.close();
-    QVERIFY(!page.prepareBatchJobFile(dir.filePath(QStringLiteral("not-a-folder/bench.hwj")), variables));
+    QVERIFY(!target.prepareBatchJobFile(dir.filePath(QStringLiteral("broken.hwj/job.hwj")), variables));
 }
 
 HARNWICK_TEST(TestActionJobBundle)

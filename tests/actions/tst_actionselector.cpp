@@ -6,7 +6,6 @@
 #include <QApplication>
 #include <QMenu>
 #include <QPointer>
-#include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
 
@@ -14,7 +13,9 @@ using namespace ActionPage;
 
 namespace {
 
-// Letters name the actions of a five-row list in the order they were added.
+using Tester = QAbstractItemModelTester;
+
+// Letters name the actions in the order they were added.
 QString order(const BulkOperationsWidget& page, const QList<int>& added)
 {
     QString letters;
@@ -31,12 +32,39 @@ QList<int> addActions(BulkOperationsWidget& page, int count)
     return added;
 }
 
-void clickCell(const BulkOperationsWidget& page, int row, int column,
-               Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+int shownId(const BulkOperationsWidget& page)
 {
-    QTreeView* v = view(page);
-    const QRect rect = v->visualRect(model(page)->index(row, column));
-    QTest::mouseClick(v->viewport(), Qt::LeftButton, modifiers, rect.center());
+    return stack(page)->currentWidget()->property("actionId").toInt();
+}
+
+void clickCell(const BulkOperationsWidget& page, int row, int column, Qt::KeyboardModifiers modifiers = {})
+{
+    const QRect rect = view(page)->visualRect(model(page)->index(row, column));
+    QTest::mouseClick(view(page)->viewport(), Qt::LeftButton, modifiers, rect.center());
+}
+
+// Opens the context menu at a point of the view and triggers the entry with the
+// given text; false when no menu came up.
+bool triggerMenuEntry(BulkOperationsWidget& page, const QPoint& point, const QString& entry)
+{
+    bool shown = false;
+    QTimer driver; // the menu runs its own event loop; drive it from inside
+    driver.setInterval(20);
+    QObject::connect(&driver, &QTimer::timeout, [&] {
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        if (!menu)
+            return;
+        shown = true;
+        menu->close();
+        for (QAction* action : menu->actions()) {
+            if (action->text() == entry)
+                action->trigger();
+        }
+    });
+    driver.start();
+    page.actionSelectorShowContextMenu(point);
+    QTest::qWait(60);
+    return shown;
 }
 
 } // namespace
@@ -46,162 +74,84 @@ class TestActionSelector : public QObject
     Q_OBJECT
 
 private slots:
-    void modelLayout();
-    void idsComeFromOneCounter();
-    void removeRenumbersAndDropsPages();
-    void singleMovesStopAtTheEdges();
-    void arrowClicks();
+    void addRemoveAndIdsFromOneCounter();
+    void singleMovesAndArrowClicks();
     void highlightedMoves_data();
     void highlightedMoves();
-    void enableAndDisable();
-    void contextMenu();
+    void contextMenuEnablesMovesAndRemoves();
     void paletteSwitchesArrowIcons();
 };
 
-void TestActionSelector::modelLayout()
-{
-    BulkOperationsWidget page;
-    QStandardItemModel* m = model(page);
-    QCOMPARE(m->columnCount(), 4);
-
-    QTreeView* v = view(page);
-    QCOMPARE(v->selectionMode(), QAbstractItemView::ExtendedSelection);
-    QCOMPARE(v->contextMenuPolicy(), Qt::CustomContextMenu);
-
-    // The page starts with the placeholder only and nothing to run.
-    QCOMPARE(stack(page)->count(), 1);
-    QVERIFY(!runButton(page)->isEnabled());
-
-    const int id = page.actionSelectorAddAction(false);
-    QStandardItem* enabled = m->item(0, 0);
-    QCOMPARE(enabled->text(), QStringLiteral("1"));
-    QVERIFY(enabled->isCheckable());
-    QVERIFY(!enabled->isEditable());
-    QCOMPARE(enabled->checkState(), Qt::Unchecked);
-    QCOMPARE(m->item(0, 1)->text(), QStringLiteral("Select Action..."));
-    QCOMPARE(m->item(0, 1)->data(Qt::UserRole + 1).toInt(), id);
-    QVERIFY(!m->item(0, 1)->isEditable());
-    QVERIFY(m->item(0, 2)->text().isEmpty());
-    QVERIFY(!m->item(0, 2)->icon().isNull());
-    QVERIFY(!m->item(0, 3)->icon().isNull());
-
-    // The new action is current and its editor page is shown.
-    QCOMPARE(v->currentIndex(), m->index(0, 0));
-    QCOMPARE(stack(page)->currentIndex(), 1);
-    QVERIFY(runButton(page)->isEnabled());
-
-    // The button adds enabled actions, whatever clicked() carries.
-    auto* add = page.findChild<QPushButton*>(QStringLiteral("actionSelectorAddButton"));
-    QVERIFY(add);
-    QTest::mouseClick(add, Qt::LeftButton);
-    QCOMPARE(m->rowCount(), 2);
-    QCOMPARE(m->item(1, 0)->checkState(), Qt::Checked);
-    QCOMPARE(m->item(1, 0)->text(), QStringLiteral("2"));
-    QCOMPARE(stack(page)->currentIndex(), 2);
-    QVERIFY(inconsistency(page).isEmpty());
-}
-
-void TestActionSelector::idsComeFromOneCounter()
+void TestActionSelector::addRemoveAndIdsFromOneCounter()
 {
     int next = -1;
     {
         BulkOperationsWidget page;
-        QAbstractItemModelTester tester(model(page), QAbstractItemModelTester::FailureReportingMode::QtTest);
-        const int first = page.actionSelectorAddAction();
-        const int second = page.actionSelectorAddAction();
+        Tester tester(model(page), Tester::FailureReportingMode::QtTest);
+        QCOMPARE(stack(page)->count(), 1);
+        QVERIFY(!runButton(page)->isEnabled());
+
+        const int first = page.actionSelectorAddAction(false);
         QVERIFY(first >= 0);
-        QCOMPARE(second, first + 1);
+        QCOMPARE(model(page)->item(0, 0)->checkState(), Qt::Unchecked);
+        QCOMPARE(view(page)->currentIndex(), model(page)->index(0, 0));
+        QCOMPARE(stack(page)->currentIndex(), 1);
+        QVERIFY(runButton(page)->isEnabled());
+        // The button adds enabled actions, whatever clicked() carries.
+        QTest::mouseClick(page.findChild<QPushButton*>(QStringLiteral("actionSelectorAddButton")),
+                          Qt::LeftButton);
+        QCOMPARE(model(page)->item(1, 0)->checkState(), Qt::Checked);
+        QCOMPARE(stack(page)->currentIndex(), 2);
+        page.actionSelectorAddAction();
+        QCOMPARE(ids(page), (QList<int>{first, first + 1, first + 2}));
+
+        QPointer<QWidget> middlePage = editBox(page, first + 1);
+        select(page, {1});
+        page.actionSelectorRemoveHighlightedActions();
+        QCOMPARE(rowTexts(page, 0), (QStringList{QStringLiteral("1"), QStringLiteral("2")}));
+        QCOMPARE(ids(page), (QList<int>{first, first + 2}));
+        QCOMPARE(stack(page)->widget(2)->property("actionId").toInt(), first + 2);
+        QCOMPARE(stack(page)->currentIndex(), 0);
+        QVERIFY(runButton(page)->isEnabled());
+        // The page goes once control returns to the event loop.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(middlePage.isNull());
+
+        // Rows apart from each other, removed in one go.
+        addActions(page, 3);
+        const QList<int> before = ids(page);
+        select(page, {0, 2, 4});
+        page.actionSelectorRemoveHighlightedActions();
+        QCOMPARE(ids(page), (QList<int>{before[1], before[3]}));
+        QVERIFY2(inconsistency(page).isEmpty(), qPrintable(inconsistency(page)));
 
         select(page, {0, 1});
         page.actionSelectorRemoveHighlightedActions();
-        QCOMPARE(model(page)->rowCount(), 0);
         QVERIFY(!runButton(page)->isEnabled());
-        QCOMPARE(stack(page)->currentIndex(), 0);
-
         // Removing everything does not hand out old ids again.
         next = page.actionSelectorAddAction();
-        QCOMPARE(next, second + 1);
-        QCOMPARE(ids(page), QList<int>{next});
+        QCOMPARE(next, first + 6);
+        page.actionEditorOpenAction(first); // a removed action's id shows the placeholder
+        QCOMPARE(stack(page)->currentIndex(), 0);
     }
     // The counter belongs to the process, not to one page.
     BulkOperationsWidget other;
     QCOMPARE(other.actionSelectorAddAction(), next + 1);
 }
 
-void TestActionSelector::removeRenumbersAndDropsPages()
-{
-    BulkOperationsWidget page;
-    QAbstractItemModelTester tester(model(page), QAbstractItemModelTester::FailureReportingMode::QtTest);
-    const QList<int> added = addActions(page, 3);
-
-    QPointer<QWidget> middlePage = editBox(page, added[1]);
-    QVERIFY(middlePage);
-    select(page, {1});
-    page.actionSelectorRemoveHighlightedActions();
-    QCOMPARE(rowTexts(page, 0), (QStringList{QStringLiteral("1"), QStringLiteral("2")}));
-    QCOMPARE(ids(page), (QList<int>{added[0], added[2]}));
-    QCOMPARE(stack(page)->widget(2)->property("actionId").toInt(), added[2]);
-    QCOMPARE(stack(page)->currentIndex(), 0);
-    QVERIFY(runButton(page)->isEnabled());
-    QVERIFY(inconsistency(page).isEmpty());
-    // The page goes once control returns to the event loop.
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(middlePage.isNull());
-
-    // Rows apart from each other, removed in one go.
-    const QList<int> more = addActions(page, 3);
-    const QList<int> before = ids(page);
-    select(page, {0, 2, 4});
-    page.actionSelectorRemoveHighlightedActions();
-    QCOMPARE(ids(page), (QList<int>{before[1], before[3]}));
-    QVERIFY2(inconsistency(page).isEmpty(), qPrintable(inconsistency(page)));
-
-    // Nothing highlighted: nothing removed.
-    select(page, {});
-    page.actionSelectorRemoveHighlightedActions();
-    QCOMPARE(model(page)->rowCount(), 2);
-}
-
-void TestActionSelector::singleMovesStopAtTheEdges()
-{
-    BulkOperationsWidget page;
-    QAbstractItemModelTester tester(model(page), QAbstractItemModelTester::FailureReportingMode::QtTest);
-    const QList<int> added = addActions(page, 3);
-    page.actionEditorOpenAction(added[0]);
-
-    page.actionSelectorMoveActionUp(0);
-    page.actionSelectorMoveActionDown(2);
-    page.actionSelectorMoveActionUp(-1);
-    page.actionSelectorMoveActionDown(-1);
-    page.actionSelectorMoveActionDown(7);
-    QCOMPARE(order(page, added), QStringLiteral("abc"));
-    // Refused moves leave the editor where it was.
-    QCOMPARE(stack(page)->currentIndex(), 1);
-
-    page.actionSelectorMoveActionUp(2);
-    QCOMPARE(order(page, added), QStringLiteral("acb"));
-    QVERIFY2(inconsistency(page).isEmpty(), qPrintable(inconsistency(page)));
-    QCOMPARE(stack(page)->currentWidget()->property("actionId").toInt(), added[2]);
-    QCOMPARE(view(page)->currentIndex(), model(page)->index(1, 0));
-
-    page.actionSelectorMoveActionDown(0);
-    QCOMPARE(order(page, added), QStringLiteral("cab"));
-    QVERIFY2(inconsistency(page).isEmpty(), qPrintable(inconsistency(page)));
-    QCOMPARE(stack(page)->currentWidget()->property("actionId").toInt(), added[0]);
-    QCOMPARE(view(page)->currentIndex(), model(page)->index(1, 0));
-
-    // Opening an id that no longer exists shows the placeholder.
-    page.actionEditorOpenAction(added[2] + 1000);
-    QCOMPARE(stack(page)->currentIndex(), 0);
-}
-
-void TestActionSelector::arrowClicks()
+void TestActionSelector::singleMovesAndArrowClicks()
 {
     BulkOperationsWidget page;
     page.resize(1200, 900);
     page.show();
     QVERIFY(QTest::qWaitForWindowExposed(&page));
     const QList<int> added = addActions(page, 3);
+    page.actionEditorOpenAction(added[0]);
+    page.actionSelectorMoveActionDown(2);
+    page.actionSelectorMoveActionUp(-1);
+    page.actionSelectorMoveActionDown(-1);
+    QCOMPARE(order(page, added), QStringLiteral("abc"));
+    QCOMPARE(stack(page)->currentIndex(), 1); // refused moves leave the editor alone
 
     // The up arrow of the top row moves nothing but still selects that row.
     select(page, {2});
@@ -212,34 +162,25 @@ void TestActionSelector::arrowClicks()
     clickCell(page, 2, 2);
     QCOMPARE(order(page, added), QStringLiteral("acb"));
     QCOMPARE(selectedRows(page), QList<int>{1});
-    QCOMPARE(stack(page)->currentWidget()->property("actionId").toInt(), added[2]);
-
+    QCOMPARE(view(page)->currentIndex(), model(page)->index(1, 0));
+    QCOMPARE(shownId(page), added[2]);
     clickCell(page, 2, 3);
-    QCOMPARE(order(page, added), QStringLiteral("acb"));
     QCOMPARE(selectedRows(page), QList<int>{2});
-
     clickCell(page, 0, 3);
     QCOMPARE(order(page, added), QStringLiteral("cab"));
     QCOMPARE(selectedRows(page), QList<int>{1});
+    QCOMPARE(shownId(page), added[0]);
     QVERIFY2(inconsistency(page).isEmpty(), qPrintable(inconsistency(page)));
 
     // The name opens that action's page.
     clickCell(page, 2, 1);
-    QCOMPARE(stack(page)->currentWidget()->property("actionId").toInt(), added[1]);
+    QCOMPARE(shownId(page), added[1]);
 
     // With two rows highlighted a click shows the placeholder and moves nothing.
     clickCell(page, 0, 3, Qt::ControlModifier);
     QCOMPARE(selectedRows(page), (QList<int>{0, 2}));
     QCOMPARE(order(page, added), QStringLiteral("cab"));
     QCOMPARE(stack(page)->currentIndex(), 0);
-
-    // The check box cell toggles the action and leaves the order alone.
-    select(page, {1});
-    const QRect checkRect = view(page)->visualRect(model(page)->index(1, 0));
-    QTest::mouseClick(view(page)->viewport(), Qt::LeftButton, Qt::NoModifier,
-                      QPoint(checkRect.left() + 10, checkRect.center().y()));
-    QCOMPARE(model(page)->item(1, 0)->checkState(), Qt::Unchecked);
-    QCOMPARE(order(page, added), QStringLiteral("cab"));
 }
 
 void TestActionSelector::highlightedMoves_data()
@@ -252,12 +193,10 @@ void TestActionSelector::highlightedMoves_data()
     QTest::newRow("up, apart") << "up" << QList<int>{1, 3} << "badce" << QList<int>{0, 2};
     // The top row stays; the row below it moves past it and the selection collapses.
     QTest::newRow("up, top included") << "up" << QList<int>{0, 1} << "bacde" << QList<int>{0};
-    QTest::newRow("up, block") << "up" << QList<int>{2, 3} << "acdbe" << QList<int>{1, 2};
     QTest::newRow("down, last only") << "down" << QList<int>{4} << "abcde" << QList<int>{4};
     QTest::newRow("down, bottom included") << "down" << QList<int>{3, 4} << "abced" << QList<int>{4};
     QTest::newRow("down, apart") << "down" << QList<int>{0, 2} << "badce" << QList<int>{1, 3};
     QTest::newRow("top") << "top" << QList<int>{2, 4} << "ceabd" << QList<int>{0, 1};
-    QTest::newRow("top, already there") << "top" << QList<int>{0, 1} << "abcde" << QList<int>{0, 1};
     QTest::newRow("top, single") << "top" << QList<int>{3} << "dabce" << QList<int>{0};
     QTest::newRow("bottom") << "bottom" << QList<int>{0, 2} << "bdeac" << QList<int>{3, 4};
     QTest::newRow("bottom, three") << "bottom" << QList<int>{0, 1, 4} << "cdabe" << QList<int>{2, 3, 4};
@@ -271,11 +210,9 @@ void TestActionSelector::highlightedMoves()
     QFETCH(QList<int>, expectedSelection);
 
     BulkOperationsWidget page;
-    QAbstractItemModelTester tester(model(page), QAbstractItemModelTester::FailureReportingMode::QtTest);
+    Tester tester(model(page), Tester::FailureReportingMode::QtTest);
     const QList<int> added = addActions(page, 5);
-    page.actionEditorOpenAction(added[4]);
     select(page, highlighted);
-
     if (operation == QLatin1String("up"))
         page.actionSelectorMoveHighlightedActionsUp();
     else if (operation == QLatin1String("down"))
@@ -288,107 +225,43 @@ void TestActionSelector::highlightedMoves()
     QCOMPARE(order(page, added), expectedOrder);
     QCOMPARE(selectedRows(page), expectedSelection);
     QVERIFY2(inconsistency(page).isEmpty(), qPrintable(inconsistency(page)));
-    if (highlighted.size() > 1)
-        QCOMPARE(stack(page)->currentIndex(), 0);
-    else
-        QVERIFY(stack(page)->currentIndex() > 0);
+    QCOMPARE(stack(page)->currentIndex() == 0, highlighted.size() > 1);
 }
 
-void TestActionSelector::enableAndDisable()
-{
-    BulkOperationsWidget page;
-    QAbstractItemModelTester tester(model(page), QAbstractItemModelTester::FailureReportingMode::QtTest);
-    const QList<int> added = addActions(page, 4);
-    const auto states = [&page] {
-        QList<Qt::CheckState> result;
-        for (int row = 0; row < model(page)->rowCount(); ++row)
-            result.append(model(page)->item(row, 0)->checkState());
-        return result;
-    };
-
-    select(page, {1, 3});
-    page.actionSelectorDisableHighlightedActions();
-    QCOMPARE(states(), (QList<Qt::CheckState>{Qt::Checked, Qt::Unchecked, Qt::Checked, Qt::Unchecked}));
-    // Disabled actions stay, with their pages.
-    QCOMPARE(ids(page), added);
-    QVERIFY(inconsistency(page).isEmpty());
-
-    select(page, {0, 1});
-    page.actionSelectorDisableHighlightedActions();
-    page.actionSelectorEnableHighlightedActions();
-    QCOMPARE(states(), (QList<Qt::CheckState>{Qt::Checked, Qt::Checked, Qt::Checked, Qt::Unchecked}));
-
-    // The check state travels with its row.
-    select(page, {3});
-    page.actionSelectorMoveHighlightedActionsToTop();
-    QCOMPARE(states(), (QList<Qt::CheckState>{Qt::Unchecked, Qt::Checked, Qt::Checked, Qt::Checked}));
-    QCOMPARE(ids(page).first(), added[3]);
-}
-
-void TestActionSelector::contextMenu()
+void TestActionSelector::contextMenuEnablesMovesAndRemoves()
 {
     BulkOperationsWidget page;
     page.resize(1200, 900);
     page.show();
     QVERIFY(QTest::qWaitForWindowExposed(&page));
     const QList<int> added = addActions(page, 3);
-    QTreeView* v = view(page);
-
-    QStringList seenTexts;
-    QList<QImage> seenIcons;
-    QString actionToTrigger;
-    int menusShown = 0;
-    // The menu runs its own event loop; inspect and drive it from inside.
-    QTimer driver;
-    driver.setInterval(20);
-    connect(&driver, &QTimer::timeout, &page, [&] {
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        if (!menu)
-            return;
-        ++menusShown;
-        seenTexts.clear();
-        seenIcons.clear();
-        QAction* chosen = nullptr;
-        for (QAction* action : menu->actions()) {
-            seenTexts.append(action->isSeparator() ? QStringLiteral("|") : action->text());
-            if (!action->isSeparator())
-                seenIcons.append(iconImage(action->icon()));
-            if (action->text() == actionToTrigger)
-                chosen = action;
-        }
-        menu->close();
-        if (chosen)
-            chosen->trigger();
-    });
-    driver.start();
+    const auto onRow = [&page](const QList<int>& rows, const char* entry) {
+        select(page, rows);
+        const QPoint point = view(page)->visualRect(model(page)->index(rows.first(), 1)).center();
+        return triggerMenuEntry(page, point, QString::fromLatin1(entry));
+    };
+    const auto states = [&page] {
+        QString result; // "x" checked, "-" unchecked
+        for (int row = 0; row < model(page)->rowCount(); ++row)
+            result.append(model(page)->item(row, 0)->checkState() == Qt::Checked ? 'x' : '-');
+        return result;
+    };
 
     // Below the last row there is nothing to act on.
-    const QPoint empty(10, v->viewport()->height() - 5);
-    QVERIFY(!v->indexAt(empty).isValid());
-    page.actionSelectorShowContextMenu(empty);
-    QTest::qWait(100);
-    QCOMPARE(menusShown, 0);
+    const QPoint empty(10, view(page)->viewport()->height() - 5);
+    QVERIFY(!view(page)->indexAt(empty).isValid());
+    QVERIFY(!triggerMenuEntry(page, empty, QStringLiteral("Remove")));
 
-    select(page, {2});
-    actionToTrigger = QStringLiteral("Move to Top");
-    page.actionSelectorShowContextMenu(v->visualRect(model(page)->index(2, 1)).center());
-    QCOMPARE(menusShown, 1);
-    QCOMPARE(seenTexts, (QStringList{QStringLiteral("Move to Top"), QStringLiteral("Move Up"),
-                                     QStringLiteral("Move Down"), QStringLiteral("Move to Bottom"),
-                                     QStringLiteral("|"), QStringLiteral("Enable"), QStringLiteral("Disable"),
-                                     QStringLiteral("|"), QStringLiteral("Remove")}));
-    const QString suffix = BulkOperationsWidget::themedIconSuffix(page.palette());
-    QCOMPARE(seenIcons.at(0), resourceImage(QStringLiteral(":/graphics/top%1.png").arg(suffix)));
-    QCOMPARE(seenIcons.at(3), resourceImage(QStringLiteral(":/graphics/bottom%1.png").arg(suffix)));
-    QCOMPARE(seenIcons.at(5),
-             resourceImage(QStringLiteral(":/graphics/checkbox-unchecked%1.png").arg(suffix)));
-    QCOMPARE(seenIcons.at(6), resourceImage(QStringLiteral(":/graphics/remove.png")));
+    QVERIFY(onRow({0, 2}, "Disable"));
+    QCOMPARE(states(), QStringLiteral("-x-"));
+    QCOMPARE(ids(page), added); // disabled actions stay, with their pages
+    QVERIFY(onRow({0, 1}, "Enable"));
+    QCOMPARE(states(), QStringLiteral("xx-"));
+    // The check state travels with its row.
+    QVERIFY(onRow({2}, "Move to Top"));
     QCOMPARE(order(page, added), QStringLiteral("cab"));
-
-    select(page, {0, 1});
-    actionToTrigger = QStringLiteral("Remove");
-    page.actionSelectorShowContextMenu(v->visualRect(model(page)->index(0, 1)).center());
-    QCOMPARE(menusShown, 2);
+    QCOMPARE(states(), QStringLiteral("-xx"));
+    QVERIFY(onRow({0, 1}, "Remove"));
     QCOMPARE(ids(page), QList<int>{added[1]});
     QVERIFY(inconsistency(page).isEmpty());
 }
@@ -397,47 +270,33 @@ void TestActionSelector::paletteSwitchesArrowIcons()
 {
     BulkOperationsWidget page;
     addActions(page, 2);
-    const QImage upLight = resourceImage(QStringLiteral(":/graphics/up-light.png"));
-    const QImage upDark = resourceImage(QStringLiteral(":/graphics/up-dark.png"));
-    const QImage downLight = resourceImage(QStringLiteral(":/graphics/down-light.png"));
-    const QImage downDark = resourceImage(QStringLiteral(":/graphics/down-dark.png"));
-    QVERIFY(upLight != upDark);
-    QVERIFY(downLight != downDark);
-    const auto arrowsAre = [&page](const QImage& up, const QImage& down) {
-        for (int row = 0; row < model(page)->rowCount(); ++row) {
-            if (iconImage(model(page)->item(row, 2)->icon()) != up ||
-                iconImage(model(page)->item(row, 3)->icon()) != down)
-                return false;
-        }
-        return true;
+    const auto arrowsAre = [&page](const char* suffix) {
+        const QImage up = resourceImage(QStringLiteral(":/graphics/up-%1.png").arg(QLatin1String(suffix)));
+        const QImage down =
+            resourceImage(QStringLiteral(":/graphics/down-%1.png").arg(QLatin1String(suffix)));
+        bool all = true;
+        for (int row = 0; row < model(page)->rowCount(); ++row)
+            all = all && iconImage(model(page)->item(row, 2)->icon()) == up &&
+                  iconImage(model(page)->item(row, 3)->icon()) == down;
+        return all;
+    };
+    QVERIFY(resourceImage(QStringLiteral(":/graphics/up-light.png")) !=
+            resourceImage(QStringLiteral(":/graphics/up-dark.png")));
+    const auto setWindowColour = [&page](const QColor& colour) {
+        QPalette palette = page.palette();
+        palette.setColor(QPalette::Window, colour);
+        page.setPalette(palette);
     };
 
-    QPalette dark = page.palette();
-    dark.setColor(QPalette::Window, QColor(40, 40, 40));
-    page.setPalette(dark);
-    QVERIFY(arrowsAre(upDark, downDark));
-    // Rows added now start with the dark arrows too.
-    page.actionSelectorAddAction();
-    QVERIFY(arrowsAre(upDark, downDark));
-
-    QPalette light = page.palette();
-    light.setColor(QPalette::Window, QColor(230, 230, 230));
-    page.setPalette(light);
-    QVERIFY(arrowsAre(upLight, downLight));
-
-    // Lightness 127 counts as dark, 128 as light.
-    QPalette edge = page.palette();
-    edge.setColor(QPalette::Window, QColor::fromHsl(0, 0, 127));
-    page.setPalette(edge);
-    QVERIFY(arrowsAre(upDark, downDark));
-
-    // Other changes leave the icons alone.
-    model(page)->item(0, 2)->setIcon(QIcon(QStringLiteral(":/graphics/add.png")));
-    QFont font = page.font();
-    font.setPointSize(font.pointSize() + 3);
-    page.setFont(font);
-    page.setEnabled(false);
-    QCOMPARE(iconImage(model(page)->item(0, 2)->icon()), resourceImage(QStringLiteral(":/graphics/add.png")));
+    setWindowColour(QColor(40, 40, 40));
+    QVERIFY(arrowsAre("dark"));
+    page.actionSelectorAddAction(); // rows added now start with the dark arrows too
+    QVERIFY(arrowsAre("dark"));
+    setWindowColour(QColor(230, 230, 230));
+    QVERIFY(arrowsAre("light"));
+    // Lightness 127 counts as dark.
+    setWindowColour(QColor::fromHsl(0, 0, 127));
+    QVERIFY(arrowsAre("dark"));
 }
 
 HARNWICK_TEST(TestActionSelector)
