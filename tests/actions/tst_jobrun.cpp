@@ -1,0 +1,416 @@
+#include "../devices/devicepagehelpers.h"
+#include "actionpagehelpers.h"
+#include "corporatecolors.h"
+#include "corvaneprocessrunner.h"
+#include "flashingrowstyledelegate.h"
+#include "hexspinbox.h"
+#include "settingsutil.h"
+#include "testenvironment.h"
+#include "testregistry.h"
+
+#include <QCheckBox>
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLabel>
+#include <QLineEdit>
+#include <QProcess>
+#include <QRadioButton>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <tuple>
+
+namespace {
+
+// Two adapters fail on purpose: one with an exit code at its second action, one by crashing in its first.
+const QByteArray fleet = "adapters:\n"
+                         "  - {serial: 801002345, nickname: bench-left, part: KM32G101F512}\n"
+                         "  - {serial: 801002346, nickname: bench-right, part: KM32G101F256}\n"
+                         "  - {serial: 801017733, nickname: rack-a1, part: KM24L052C128}\n"
+                         "  - {serial: 801017734, part: KM24L052C128}\n"
+                         "  - {serial: 801020001, nickname: bench-dual, ip: 192.0.2.20, part: KX12B016A128}\n"
+                         "  - serial: 801030007\n    part: KM32G101F512\n"
+                         "    faults: [{command: batch, effect: fail, step: 2, exit_code: 5}]\n"
+                         "  - serial: 801030008\n    part: KM32G101F512\n"
+                         "    faults: [{command: batch, effect: crash, step: 1}]\n";
+
+const QString elapsed = QStringLiteral("(\\d+ ms|\\d+\\.\\d\\d s|\\d+ m \\d+ s)");
+
+struct Device
+{
+    QString serial, ip, part, nickname;
+    bool viaIp = false;
+    bool checked = true;
+};
+
+} // namespace
+
+using namespace DevicePage;
+
+// Job runs end to end: the page, the runner and the device simulator with its invocation record.
+class TestJobRun : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir dir;
+    QString recordPath, logDirectory;
+    // Put back at the end: other test classes share the process environment.
+    QList<std::tuple<const char*, bool, QByteArray>> savedEnvironment;
+
+    void setEnvironment(const char* name, const QString& value)
+    {
+        savedEnvironment.append({name, qEnvironmentVariableIsSet(name), qgetenv(name)});
+        qputenv(name, QFile::encodeName(value));
+    }
+
+    QList<QStringList> batchInvocations() const
+    {
+        QList<QStringList> lists;
+        QFile record(recordPath);
+        if (!record.open(QIODevice::ReadOnly))
+            return lists;
+        for (const QByteArray& line : record.readAll().split('\n')) {
+            const QJsonObject object = QJsonDocument::fromJson(line).object();
+            if (object.value("command").toString() == QLatin1String("batch"))
+                lists << object.value("arguments").toVariant().toStringList();
+        }
+        // Processes start in row order but may finish in any; compare from the connection on.
+        std::sort(lists.begin(), lists.end(),
+                  [](const QStringList& a, const QStringList& b) { return a.mid(2) < b.mid(2); });
+        return lists;
+    }
+
+    static void addDevices(BulkOperationsWidget& page, const QList<Device>& devices)
+    {
+        for (const Device& device : devices) {
+            page.addDeviceToTable(device.serial, device.ip, device.part, device.nickname, true,
+                                  !device.ip.isEmpty(), device.checked, true);
+            if (device.viaIp)
+                combo(page, model(page)->rowCount() - 1)->setCurrentText(QStringLiteral("IP"));
+        }
+    }
+
+    static QGroupBox* addAction(BulkOperationsWidget& page, BulkAction type, const char* field = nullptr,
+                                const QString& text = QString(), bool enabled = true)
+    {
+        QGroupBox* box = ActionPage::addTyped(page, type, enabled);
+        if (field)
+            ActionPage::field<QLineEdit>(box, type, field)->setText(text);
+        return box;
+    }
+
+    // Presses Run and waits for the runner to report the end of the run.
+    static void runToEnd(BulkOperationsWidget& page)
+    {
+        QSignalSpy finished(page.processRunner(), &CorvaneProcessRunner::allTasksFinished);
+        ActionPage::runButton(page)->click();
+        QCOMPARE(ActionPage::runButton(page)->text(), QStringLiteral("Abort"));
+        QTRY_COMPARE_WITH_TIMEOUT(finished.count(), 1, 60000);
+        QCOMPARE(ActionPage::runButton(page)->text(), QStringLiteral("Run"));
+    }
+
+    static QString status(const BulkOperationsWidget& page, int row)
+    {
+        return text(page, row, DeviceStatusColumn);
+    }
+    static QString toolTip(const BulkOperationsWidget& page, int row)
+    {
+        return model(page)->index(row, DeviceStatusColumn).data(Qt::ToolTipRole).toString();
+    }
+    static QColor flashColor(const BulkOperationsWidget& page, int row)
+    {
+        return model(page)->index(row, 0).data(FlashingRowStyleDelegate::FlashColorRole).value<QColor>();
+    }
+    static bool matches(const QString& pattern, const QString& text)
+    {
+        return QRegularExpression(QLatin1Char('^') + pattern + QLatin1Char('$')).match(text).hasMatch();
+    }
+    static QString errorText(const BulkOperationsWidget& page)
+    {
+        auto* label = page.findChild<QLabel*>(QStringLiteral("errorLabel"));
+        return label->isHidden() ? QString() : label->text();
+    }
+
+    // Both YAML files of a bundle, as written.
+    static QString bundleContents(const QString& bundle)
+    {
+        QTemporaryDir into;
+        if (QProcess::execute(QStringLiteral("unzip"),
+                              {QStringLiteral("-q"), bundle, QStringLiteral("-d"), into.path()}) != 0)
+            return QString();
+        QString contents;
+        for (const char* name : {"job-common.yaml", "devices.yaml"}) {
+            QFile file(into.filePath(QLatin1String(name)));
+            if (!file.open(QIODevice::ReadOnly))
+                return QString();
+            contents += QLatin1String(name) + QLatin1Char('\n') + QString::fromUtf8(file.readAll());
+        }
+        return contents;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        recordPath = dir.filePath(QStringLiteral("record.jsonl"));
+        logDirectory = dir.filePath(QStringLiteral("logs"));
+        QFile file(dir.filePath(QStringLiteral("fleet.yaml")));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(fleet) == fleet.size());
+        // Run folders, also those left behind on purpose, land in the test's own folder.
+        QVERIFY(QDir(dir.path()).mkpath(QStringLiteral("tmp")));
+        setEnvironment("CORVANE_SIM_FLEET", file.fileName());
+        setEnvironment("CORVANE_SIM_RECORD", recordPath);
+        setEnvironment("CORVANE_SIM_SPEED", QStringLiteral("0"));
+        setEnvironment("TMPDIR", dir.filePath(QStringLiteral("tmp")));
+    }
+
+    void cleanupTestCase()
+    {
+        for (const auto& [name, wasSet, value] : savedEnvironment)
+            wasSet ? qputenv(name, value) : qunsetenv(name);
+    }
+
+    void init()
+    {
+        TestEnvironment::clearSettings();
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
+                                 TestEnvironment::simulatorPath());
+        SettingsUtil::setSetting(Settings::loggingGroup, Settings::logFileDirectoryKey, logDirectory);
+        qputenv("CORVANE_SIM_SPEED", "0");
+        QFile::remove(recordPath);
+        QDir(logDirectory).removeRecursively();
+    }
+
+    void parallelRunWithinTheLimit()
+    {
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 2);
+        BulkOperationsWidget page;
+        addDevices(page, {{"801002345", "", "KM32G101F512", "bench-left"},
+                          {"801002346", "", "", "bench-right"},
+                          {"801017733", "", "", "rack-a1"},
+                          {"801017734", "", "", ""},
+                          {"801020001", "192.0.2.20", "", "bench-dual", true}});
+        addAction(page, BulkAction::Wait, "durationLineEdit", QStringLiteral("200"));
+        addAction(page, BulkAction::LogDeviceInfo);
+
+        int running = 0, peak = 0;
+        CorvaneProcessRunner* runner = page.processRunner();
+        connect(runner, &CorvaneProcessRunner::processStarted, this, [&] { peak = qMax(peak, ++running); });
+        connect(runner, &CorvaneProcessRunner::taskFinished, this, [&] { --running; });
+        runToEnd(page);
+        runner->disconnect(this);
+        QCOMPARE(peak, 2);
+        QCOMPARE(batchInvocations().size(), 5);
+        for (int row = 0; row < 5; ++row) {
+            QVERIFY2(matches(QStringLiteral("DONE \\(elapsed: %1\\)").arg(elapsed), status(page, row)),
+                     qPrintable(status(page, row)));
+            QCOMPARE(flashColor(page, row), CORPORATE_GREEN);
+        }
+        QVERIFY(ActionPage::stack(page)->isEnabled());
+        QCOMPARE(errorText(page), QString());
+    }
+
+    void batchArgumentsFromTheRecord()
+    {
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::processTimeoutSecondsKey, 45);
+        BulkOperationsWidget page;
+        addDevices(page, {{"801002345", "", "KM32G101F512", "bench-left"},
+                          {"801017734", "", "", ""},
+                          {"801020001", "192.0.2.20", "KX12B016A128", "bench-dual", true},
+                          {"801017733", "", "", "rack-a1", false, false},
+                          {"", "", "", "no-serial"}});
+        addAction(page, BulkAction::RunCustomCommand, "customCommandLineEdit",
+                  QStringLiteral("device info --serialno {{serial_number}} --name {{nickname}}"));
+        addAction(page, BulkAction::RunCustomCommand, "customCommandLineEdit",
+                  QStringLiteral("device info --device {{target_part}}"), false);
+
+        const QDateTime before = QDateTime::currentDateTime();
+        runToEnd(page);
+        const QList<QStringList> runs = batchInvocations();
+        QCOMPARE(runs.size(), 3);
+        const QFileInfo bundle(runs[0].value(1));
+        QVERIFY2(matches(QStringLiteral("bulk_operation_\\d{8}_\\d{6}\\.hwj"), bundle.fileName()),
+                 qPrintable(bundle.fileName()));
+        const QDateTime stamp =
+            QDateTime::fromString(bundle.completeBaseName().mid(15), QStringLiteral("yyyyMMdd_HHmmss"));
+        QVERIFY(stamp.secsTo(before) <= 0 && stamp <= QDateTime::currentDateTime());
+        QCOMPARE(QFileInfo(bundle.absolutePath()).absolutePath(), dir.filePath(QStringLiteral("tmp")));
+        const QString path = bundle.filePath(), timeout = QStringLiteral("45");
+        const QDir logs(logDirectory);
+        QCOMPARE(runs,
+                 (QList<QStringList>{
+                     {"batch", path, "--ip", "192.0.2.20", "--device", "KX12B016A128", "--parameter",
+                      "serial_number:801020001", "--parameter", "nickname:bench-dual", "--logfile",
+                      logs.absoluteFilePath("801020001.txt"), "--timeout", timeout},
+                     {"batch", path, "--serialno", "801002345", "--device", "KM32G101F512", "--parameter",
+                      "serial_number:801002345", "--parameter", "nickname:bench-left", "--logfile",
+                      logs.absoluteFilePath("801002345.txt"), "--timeout", timeout},
+                     {"batch", path, "--serialno", "801017734", "--parameter", "serial_number:801017734",
+                      "--logfile", logs.absoluteFilePath("801017734.txt"), "--timeout", timeout}}));
+        // The run's folder went with the run; each device wrote its own log.
+        QVERIFY(!bundle.dir().exists());
+        QCOMPARE(logs.entryList(QDir::Files),
+                 QStringList({"801002345.txt", "801017734.txt", "801020001.txt"}));
+        QFile log(logs.filePath(QStringLiteral("801002345.txt")));
+        QVERIFY(log.open(QIODevice::ReadOnly));
+        QVERIFY(log.readAll().contains("Running custom command: corvane device info --serialno 801002345"));
+
+        // Without logging: no log argument, no files; the time limit is always passed.
+        QDir(logDirectory).removeRecursively();
+        QFile::remove(recordPath);
+        SettingsUtil::setSetting(Settings::loggingGroup, Settings::loggingEnabledKey, false);
+        runToEnd(page);
+        const QList<QStringList> quiet = batchInvocations();
+        QCOMPARE(quiet.size(), 3);
+        for (const QStringList& arguments : quiet) {
+            QVERIFY(!arguments.contains(QStringLiteral("--logfile")));
+            QCOMPARE(arguments.mid(arguments.size() - 2), QStringList({"--timeout", timeout}));
+        }
+        QVERIFY(quiet[0].value(1) != path && !QFileInfo(quiet[0].value(1)).dir().exists());
+        QVERIFY(!QDir(logDirectory).exists() || QDir(logDirectory).entryList(QDir::Files).isEmpty());
+    }
+
+    void failureAtAnAction()
+    {
+        BulkOperationsWidget page;
+        addDevices(page, {{"801030007", "", "", ""}, {"801002345", "", "", ""}, {"801030008", "", "", ""}});
+        addAction(page, BulkAction::LogDeviceInfo);
+        addAction(page, BulkAction::Wait, "durationLineEdit", QStringLiteral("10"));
+        addAction(page, BulkAction::MassEraseTargetDevice);
+        runToEnd(page);
+
+        const QString failed = QStringLiteral("ERROR: Job failed during action %1 \\(elapsed: %2\\)");
+        QVERIFY2(matches(failed.arg(2).arg(elapsed), status(page, 0)), qPrintable(status(page, 0)));
+        QVERIFY(
+            toolTip(page, 0).startsWith(QStringLiteral("Process output:\n\nJob bundle: bulk_operation_")));
+        QVERIFY(toolTip(page, 0).contains(QStringLiteral("\nRunning action 2: wait\n")));
+        QVERIFY(toolTip(page, 0).endsWith(QStringLiteral("\nERROR: Simulated failure.\n")));
+        QCOMPARE(flashColor(page, 0), CORPORATE_RED);
+        QVERIFY(status(page, 1).startsWith(QStringLiteral("DONE (elapsed: ")));
+        // A process that dies from a signal failed too.
+        QVERIFY2(matches(failed.arg(1).arg(elapsed), status(page, 2)), qPrintable(status(page, 2)));
+        QCOMPARE(flashColor(page, 2), CORPORATE_RED);
+    }
+
+    void abortKeepsTheRunningDevice()
+    {
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 1);
+        qputenv("CORVANE_SIM_SPEED", "1");
+        BulkOperationsWidget page;
+        addDevices(page, {{"801002345", "", "", ""}, {"801002346", "", "", ""}, {"801017733", "", "", ""}});
+        QGroupBox* wait = addAction(page, BulkAction::Wait, "durationLineEdit", QStringLiteral("1500"));
+        QPushButton* button = ActionPage::runButton(page);
+        QSignalSpy finished(page.processRunner(), &CorvaneProcessRunner::allTasksFinished);
+
+        button->click();
+        QCOMPARE(button->text(), QStringLiteral("Abort"));
+        QCOMPARE(button->toolTip(), QStringLiteral("Abort not yet started jobs"));
+        QVERIFY(button->isEnabled() && !ActionPage::stack(page)->isEnabled());
+        button->click();
+        for (int row : {1, 2}) {
+            QCOMPARE(status(page, row), QStringLiteral("ABORTED"));
+            QCOMPARE(toolTip(page, row), QStringLiteral("Job was aborted by user"));
+            QCOMPARE(flashColor(page, row), CORPORATE_YELLOW);
+        }
+        QCOMPARE(page.processRunner()->runningTaskCount(), 1);
+        QTest::qWait(300);
+        QVERIFY(!button->isEnabled());
+        QCOMPARE(button->text(), QStringLiteral("Abort"));
+
+        QTRY_COMPARE_WITH_TIMEOUT(finished.count(), 1, 60000);
+        // Measured on the real process, which waited 1.5 s.
+        QVERIFY2(matches(QStringLiteral("DONE \\(elapsed: \\d+\\.\\d\\d s\\)"), status(page, 0)),
+                 qPrintable(status(page, 0)));
+        QCOMPARE(batchInvocations().size(), 1);
+        QCOMPARE(button->text(), QStringLiteral("Run"));
+        QCOMPARE(button->toolTip(), QStringLiteral("Run batch job on selected devices"));
+        QVERIFY(button->isEnabled() && ActionPage::stack(page)->isEnabled());
+
+        // The button runs again and no longer aborts.
+        qputenv("CORVANE_SIM_SPEED", "0");
+        ActionPage::field<QLineEdit>(wait, BulkAction::Wait, "durationLineEdit")
+            ->setText(QStringLiteral("0"));
+        runToEnd(page);
+        QCOMPARE(batchInvocations().size(), 4);
+        for (int row = 0; row < 3; ++row)
+            QVERIFY2(status(page, row).startsWith(QStringLiteral("DONE (elapsed: ")),
+                     qPrintable(status(page, row)));
+    }
+
+    void refusedRuns()
+    {
+        BulkOperationsWidget page;
+        addDevices(page, {{"801002345", "", "", "", false, false}, {"", "", "", "no-serial"}});
+        addAction(page, BulkAction::LogDeviceInfo);
+        ActionPage::runButton(page)->click();
+        QCOMPARE(errorText(page), QStringLiteral("ERROR: No devices selected."));
+        page.deviceSelectorRunJobOnHighlightedDevices();
+        QCOMPARE(errorText(page), QStringLiteral("ERROR: No devices selected to run job on."));
+
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
+                                 dir.filePath(QStringLiteral("no-such-corvane")));
+        BulkOperationsWidget broken;
+        addDevices(broken, {{"801002345", "", "", ""}});
+        addAction(broken, BulkAction::LogDeviceInfo);
+        ActionPage::runButton(broken)->click();
+        QCOMPARE(
+            errorText(broken),
+            QStringLiteral("ERROR: Cannot start job; the configured path does not point to a valid Corvane "
+                           "executable. Please provide a valid path in the settings."));
+        QCOMPARE(ActionPage::runButton(broken)->text(), QStringLiteral("Run"));
+        QVERIFY(batchInvocations().isEmpty());
+    }
+
+    void saveLoadSaveGivesTheSameBundle()
+    {
+        BulkOperationsWidget first;
+        addDevices(first, {{"801002345", "", "KM32G101F512", "bench-left"},
+                           {"801020001", "192.0.2.20", "", "bench-dual", true, false},
+                           {"", "192.0.2.22", "TR7A220M0512", "lab-net-2", true}});
+        first.debugConnectionOptionsRestore(true, QStringLiteral("JTAG"), 4000);
+        QGroupBox* custom = addAction(first, BulkAction::RunCustomCommand, "customCommandLineEdit",
+                                      QStringLiteral("device info \"my file\" {{nickname}}"));
+        ActionPage::field<QCheckBox>(custom, BulkAction::RunCustomCommand, "appendConnectionOptionCheckBox")
+            ->setChecked(true);
+        QGroupBox* firmware = addAction(first, BulkAction::InstallAdapterFirmware, "emzFileLineEdit",
+                                        QStringLiteral("/fw/link-v7.emz"), false);
+        ActionPage::field<QRadioButton>(firmware, BulkAction::InstallAdapterFirmware,
+                                        "installFromFileRadioButton")
+            ->setChecked(true);
+        QGroupBox* flash = addAction(first, BulkAction::FlashTargetDevice, "appFileLineEdit",
+                                     QStringLiteral("/images/{{target_part}}.bin"));
+        ActionPage::field<HexSpinBox>(flash, BulkAction::FlashTargetDevice, "startAddressSpinBox")
+            ->setValue(0x8000);
+        ActionPage::field<QCheckBox>(flash, BulkAction::FlashTargetDevice, "verifyAfterFlashCheckBox")
+            ->setChecked(true);
+        addAction(first, BulkAction::Wait, "durationLineEdit", QStringLiteral("250"));
+        addAction(first, BulkAction::RecoverTargetDevice, nullptr, QString(), false);
+
+        const QString firstPath = dir.filePath(QStringLiteral("first.hwj"));
+        const QString secondPath = dir.filePath(QStringLiteral("second.hwj"));
+        first.saveBatchJob(firstPath);
+        BulkOperationsWidget second;
+        second.loadBatchJob(firstPath);
+        second.saveBatchJob(secondPath);
+        const QString saved = bundleContents(firstPath);
+        QVERIFY(saved.contains(QLatin1String("0x00008000")) && saved.contains(QLatin1String("192.0.2.22")));
+        QCOMPARE(bundleContents(secondPath), saved);
+
+        // A bundle that cannot be read changes nothing.
+        QFile broken(dir.filePath(QStringLiteral("broken.hwj")));
+        QVERIFY(broken.open(QIODevice::WriteOnly) && broken.write("PK\x03\x04 not an archive") > 0);
+        broken.close();
+        second.loadBatchJob(broken.fileName());
+        QVERIFY(errorText(second).startsWith(QStringLiteral("ERROR: ")));
+        second.loadBatchJob(dir.filePath(QStringLiteral("absent.hwj")));
+        second.saveBatchJob(secondPath);
+        QCOMPARE(bundleContents(secondPath), saved);
+    }
+};
+
+HARNWICK_TEST(TestJobRun)
+#include "tst_jobrun.moc"
