@@ -51,7 +51,9 @@ void addSettings(QWidget* page, BulkAction type, QMap<QString, QVariant>& step)
         if (auto* appFile = settingsWidget<QLineEdit>(page, "appFileLineEdit"))
             step.insert(QStringLiteral("image_file"), appFile->text());
         auto* address = settingsWidget<HexSpinBox>(page, "startAddressSpinBox");
-        if (address && address->isEnabled())
+        // The box's own state, set by the image type: during a run the whole
+        // editor is disabled, and a job saved then must keep its address.
+        if (address && address->isEnabledTo(page))
             step.insert(QStringLiteral("start_address"), JobSteps::formatStartAddress(address->value()));
         const char* const boxes[] = {"forceCheckBox", "resetAfterFlashCheckBox", "verifyAfterFlashCheckBox",
                                      "haltAfterFlashCheckBox"};
