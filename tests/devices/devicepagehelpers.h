@@ -6,91 +6,115 @@
 #include "dynamiccombobox.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <QItemSelectionModel>
+#include <QLabel>
 #include <QMenu>
-#include <QPointer>
 #include <QStandardItemModel>
-#include <QStringList>
 #include <QTest>
 #include <QTimer>
 
-// Reaching into the device part of a page the way a user sees it: the model,
-// the view, the connection boxes.
-namespace DevicePage {
-
-inline QStandardItemModel* model(const BulkOperationsWidget& page)
+// Reaching into the device part of a page the way a user sees it; the device
+// test classes derive from it.
+struct DevicePage
 {
-    return page.findChild<QStandardItemModel*>(QStringLiteral("deviceSelectorModel"));
-}
+    using Page = BulkOperationsWidget;
 
-inline DeviceSelectorTreeView* view(const BulkOperationsWidget& page)
-{
-    return page.findChild<DeviceSelectorTreeView*>(QStringLiteral("deviceSelectorTreeView"));
-}
+    template<typename T> static T* child(const Page& p, const char* name) { return p.findChild<T*>(name); }
+    static QStandardItemModel* model(const Page& p)
+    {
+        return child<QStandardItemModel>(p, "deviceSelectorModel");
+    }
+    static DeviceSelectorTreeView* view(const Page& p)
+    {
+        return child<DeviceSelectorTreeView>(p, "deviceSelectorTreeView");
+    }
+    static QString text(const Page& p, int row, int column)
+    {
+        return model(p)->index(row, column).data().toString();
+    }
 
-inline QString text(const BulkOperationsWidget& page, int row, int column)
-{
-    return model(page)->index(row, column).data().toString();
-}
+    static QString errorText(const Page& p)
+    {
+        const auto* label = child<QLabel>(p, "errorLabel");
+        return label->isHidden() ? QString() : label->text();
+    }
 
-inline DynamicComboBox* combo(const BulkOperationsWidget& page, int row)
-{
-    return qobject_cast<DynamicComboBox*>(
-        view(page)->indexWidget(model(page)->index(row, DeviceConnectionColumn)));
-}
+    static DynamicComboBox* combo(const Page& p, int row)
+    {
+        return qobject_cast<DynamicComboBox*>(
+            view(p)->indexWidget(model(p)->index(row, DeviceConnectionColumn)));
+    }
 
-inline QStringList comboItems(const BulkOperationsWidget& page, int row)
-{
-    QStringList items;
-    if (DynamicComboBox* box = combo(page, row))
-        for (int i = 0; i < box->count(); ++i)
-            items << box->itemText(i);
-    return items;
-}
+    static QString connection(const Page& p, int row)
+    {
+        return combo(p, row) ? combo(p, row)->currentText() : QString();
+    }
 
-inline QString connection(const BulkOperationsWidget& page, int row)
-{
-    DynamicComboBox* box = combo(page, row);
-    return box ? box->currentText() : QString();
-}
+    static QStringList comboItems(const Page& p, int row)
+    {
+        QStringList items;
+        for (int i = 0; combo(p, row) && i < combo(p, row)->count(); ++i)
+            items << combo(p, row)->itemText(i);
+        return items;
+    }
 
-inline bool isChecked(const BulkOperationsWidget& page, int row)
-{
-    return model(page)->index(row, DeviceSelectColumn).data(Qt::CheckStateRole).toInt() == Qt::Checked;
-}
+    // What the connection box shows once opened on a row without any address.
+    static void setNotAvailable(const Page& p, int row)
+    {
+        combo(p, row)->clear();
+        combo(p, row)->addItem(QStringLiteral("N/A"));
+    }
 
-inline QStringList column(const BulkOperationsWidget& page, int column)
-{
-    QStringList values;
-    for (int row = 0; row < model(page)->rowCount(); ++row)
-        values << text(page, row, column);
-    return values;
-}
+    static bool isChecked(const Page& p, int row)
+    {
+        return model(p)->index(row, DeviceSelectColumn).data(Qt::CheckStateRole).toInt() == Qt::Checked;
+    }
 
-inline void highlight(const BulkOperationsWidget& page, const QList<int>& rows)
-{
-    QItemSelectionModel* selection = view(page)->selectionModel();
-    selection->clearSelection();
-    for (int row : rows)
-        selection->select(model(page)->index(row, 0),
-                          QItemSelectionModel::Select | QItemSelectionModel::Rows);
-}
+    static QStringList column(const Page& p, int column)
+    {
+        QStringList values;
+        for (int row = 0; row < model(p)->rowCount(); ++row)
+            values << text(p, row, column);
+        return values;
+    }
 
-// Runs `trigger`, which may open a modal menu; returns the texts of the menu
-// that popped up (separators as "-"), or an empty list when none did.
-template<typename Trigger> QStringList poppedUpMenu(Trigger trigger)
-{
-    QStringList entries;
-    QTimer::singleShot(100, [&entries] {
-        if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
-            for (QAction* action : menu->actions())
-                entries << (action->isSeparator() ? QStringLiteral("-") : action->text());
-            menu->close();
-        }
-    });
-    trigger();
-    QTest::qWait(200);
-    return entries;
-}
+    static void highlight(const Page& p, const QList<int>& rows)
+    {
+        view(p)->selectionModel()->clearSelection();
+        for (int row : rows)
+            view(p)->selectionModel()->select(model(p)->index(row, 0),
+                                              QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    }
 
-} // namespace DevicePage
+    static bool sameIcon(const QIcon& icon, const QString& path)
+    {
+        const auto image = [](const QIcon& of) {
+            return of.pixmap(16, 16).toImage();
+        };
+        return !icon.isNull() && image(icon) == image(QIcon(path));
+    }
+
+    static QStringList menuTexts(const QMenu* menu)
+    {
+        QStringList texts;
+        for (QAction* action : menu->actions())
+            texts << (action->isSeparator() ? QStringLiteral("-") : action->text());
+        return texts;
+    }
+
+    // The texts of the modal menu that `trigger` pops up, or none.
+    template<typename Trigger> static QStringList poppedUpMenu(Trigger trigger)
+    {
+        QStringList entries;
+        QTimer::singleShot(100, [&entries] {
+            if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
+                entries = menuTexts(menu);
+                menu->close();
+            }
+        });
+        trigger();
+        QTest::qWait(200);
+        return entries;
+    }
+};
