@@ -20,41 +20,57 @@ class TestSimulatorCommands : public QObject
     Q_OBJECT
 
 private slots:
-    void usageTextAndUsageErrors_data();
-    void usageTextAndUsageErrors();
+    void usageAndFleetErrors_data();
+    void usageAndFleetErrors();
     void adapterListsOfTheBuiltInFleet();
     void probeAndDeviceInfo();
     void fleetFileReplacesTheBuiltInFleet();
-    void fleetFileErrors_data();
-    void fleetFileErrors();
     void everyInvocationIsRecorded();
 };
 
-void TestSimulatorCommands::usageTextAndUsageErrors_data()
+void TestSimulatorCommands::usageAndFleetErrors_data()
 {
     QTest::addColumn<QString>("command");
-    QTest::newRow("help") << "batch -h";
-    QTest::newRow("nothing") << "";
-    QTest::newRow("unknown command") << "adapter reset --json";
-    QTest::newRow("unknown option") << "gui --serialno 801002345 --x";
-    QTest::newRow("serial and ip") << "gui --serialno 801002345 --ip 192.0.2.20";
-    QTest::newRow("parameter without colon") << "batch job.hwj --serialno 801002345 --parameter port";
-    QTest::newRow("bad timeout") << "batch job.hwj --serialno 801002345 --timeout soon";
+    QTest::addColumn<QString>("fleet");
+    QTest::addColumn<QString>("complaint");
+    const auto row = [](const char* name, const char* command, const char* fleet, const char* complaint) {
+        QTest::newRow(name) << QString(command) << QString(fleet) << QString(complaint);
+    };
+    row("help", "batch -h", "", "");
+    row("nothing", "", "", "usage");
+    row("unknown command", "adapter reset --json", "", "adapter reset");
+    row("unknown option", "gui --serialno 801002345 --x", "", "--x");
+    row("serial and ip", "gui --serialno 801002345 --ip 192.0.2.20", "", "--ip");
+    row("parameter without colon", "batch job.hwj --serialno 801002345 --parameter port", "", "port");
+    row("bad timeout", "batch job.hwj --serialno 801002345 --timeout soon", "", "soon");
+    // A broken fleet fails every command, the executable check included.
+    row("unknown key", "batch -h", "adapters: [{serial: 801002345, nick: a}]", "unknown key 'nick'");
+    row("serial too wide", "batch -h", "adapters: [{serial: 4294967296}]", "4294967296");
+    row("duplicate serial", "batch -h", "adapters: [{serial: 801002345}, {serial: 801002345}]", "twice");
+    row("unknown effect", "batch -h", "faults: [{effect: explode}]", "unknown effect 'explode'");
+    row("not yaml", "batch -h", "adapters: [\n", "fleet file");
 }
 
-void TestSimulatorCommands::usageTextAndUsageErrors()
+void TestSimulatorCommands::usageAndFleetErrors()
 {
     QFETCH(QString, command);
+    QFETCH(QString, fleet);
+    QFETCH(QString, complaint);
     QTemporaryDir dir;
-    const auto outcome = SimulatorProcess(dir.path()).runLine(command);
-    if (command == QLatin1String("batch -h")) {
+    SimulatorProcess simulator(dir.path());
+    if (!fleet.isEmpty())
+        simulator.setFleet(fleet);
+    const auto outcome = simulator.runLine(command);
+    if (complaint.isEmpty()) {
         QCOMPARE(outcome.exitCode, 0);
         QVERIFY(outcome.stdoutData.contains("adapter probe --json"));
     } else {
-        // Usage errors go to standard error only, so they never pass for a reply.
+        // Errors go to standard error only, so they never pass for a reply.
         QCOMPARE(outcome.exitCode, 2);
         QVERIFY(outcome.stdoutData.isEmpty());
-        QVERIFY(outcome.stderrData.startsWith("corvane-sim: "));
+        QVERIFY2(outcome.stderrData.startsWith("corvane-sim: ") &&
+                     outcome.stderrData.contains(complaint.toUtf8()),
+                 outcome.stderrData.constData());
     }
 }
 
@@ -143,34 +159,6 @@ void TestSimulatorCommands::fleetFileReplacesTheBuiltInFleet()
     QCOMPARE(simulator.runLine("completion listopns --json").json().value("info").toArray(),
              QJsonArray({"KX12B008A064"}));
     QCOMPARE(simulator.runLine("adapter probe --json --serialno 801002345").exitCode, 1);
-}
-
-void TestSimulatorCommands::fleetFileErrors_data()
-{
-    QTest::addColumn<QString>("yaml");
-    QTest::addColumn<QString>("complaint");
-    const auto row = [](const char* name, const char* yaml, const char* complaint) {
-        QTest::newRow(name) << QString::fromLatin1(yaml) << QString::fromLatin1(complaint);
-    };
-    row("unknown key", "adapters: [{serial: 801002345, nick: a}]", "unknown key 'nick'");
-    row("serial too wide", "adapters: [{serial: 4294967296}]", "4294967296");
-    row("duplicate serial", "adapters: [{serial: 801002345}, {serial: 801002345}]", "twice");
-    row("unknown effect", "faults: [{effect: explode}]", "unknown effect 'explode'");
-    row("not yaml", "adapters: [\n", "fleet file");
-}
-
-void TestSimulatorCommands::fleetFileErrors()
-{
-    QFETCH(QString, yaml);
-    QFETCH(QString, complaint);
-    QTemporaryDir dir;
-    SimulatorProcess simulator(dir.path());
-    simulator.setFleet(yaml);
-    // A broken fleet fails every command, the executable check included.
-    const auto outcome = simulator.runLine("batch -h");
-    QCOMPARE(outcome.exitCode, 2);
-    QVERIFY(outcome.stdoutData.isEmpty());
-    QVERIFY2(outcome.stderrData.contains(complaint.toUtf8()), outcome.stderrData.constData());
 }
 
 void TestSimulatorCommands::everyInvocationIsRecorded()
