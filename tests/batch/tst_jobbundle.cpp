@@ -86,14 +86,11 @@ private slots:
         QVERIFY(util.bundleWrite(path, sampleSteps, sampleDevices, true, "SWD", 4000, {"port", "nickname"}));
         QCOMPARE(archiveMembers(path), (QStringList{"devices.yaml", "job-common.yaml"}));
         const Bundle b = readBundle(util, path);
-        QVERIFY(b.ok);
+        QVERIFY(b.ok && errors.isEmpty());
         QCOMPARE(b.steps, sampleSteps);
         QCOMPARE(b.devices, sampleDevices);
-        QVERIFY(b.applied);
-        QCOMPARE(b.tif, QString("SWD"));
-        QCOMPARE(b.speed, 4000);
-        QCOMPARE(b.parameters, (QStringList{"port", "nickname"}));
-        QVERIFY(errors.isEmpty());
+        QCOMPARE((QVariantList{b.applied, b.tif, b.speed, b.parameters}),
+                 (QVariantList{true, "SWD", 4000, QStringList{"port", "nickname"}}));
         QCOMPARE(tree(sandbox.bench), QStringList{name});
         QCOMPARE(sandbox.outside(), untouched);
     }

@@ -129,13 +129,14 @@ private slots:
                     ++uses;
                     const QString where = QString("%1:%2: ").arg(file).arg(line);
                     for (const QString& path : expandThemed(literal)) {
-                        // A path must load; one with another placeholder must fit at least one image.
+                        // A path must load as an image or be a folder the code lists itself; one with another
+                        // placeholder must fit at least one image.
                         const QRegularExpression placeholder("%\\d");
                         const QString fits = QRegularExpression::escape(path).replace(placeholder, "[^/]+");
                         if (!path.contains(placeholder)
-                                ? QImage(path).isNull()
+                                ? QImage(path).isNull() && !QDir(path).exists()
                                 : resourceFiles().filter(QRegularExpression("^" + fits + "$")).isEmpty())
-                            failures << where + path + " does not load or fit an image";
+                            failures << where + path + " is no image, image pattern or resource folder";
                     }
                 }
             }

@@ -121,6 +121,7 @@ private slots:
         QTest::newRow("tall 10x40") << QSize(10, 40) << 4 << 1;
         QTest::newRow("wide 60x25") << QSize(60, 25) << 12 << 4;
         QTest::newRow("square 41") << QSize(41, 41) << 20 << 8;
+        QTest::newRow("square 30") << QSize(30, 30) << 14 << 5;
     }
 
     void progressIndicatorRingGeometry()
@@ -140,13 +141,16 @@ private slots:
         const QRect allowed(centre.x() - outer - 1, centre.y() - outer - 1, 2 * outer + 3, 2 * outer + 3);
         QCOMPARE(allowed.united(bounds), allowed);
         QVERIFY(bounds.width() >= 2 * outer - 2 && bounds.height() >= 2 * outer - 2);
-        // The middle stays empty where the inner radius leaves room for a hole.
+        // The first dot, the most opaque, lies on the positive x axis from the inner to the outer radius.
+        const auto alphaAt = [&](int dx) {
+            return qAlpha(image.pixel(centre.x() + dx, centre.y()));
+        };
+        QVERIFY(alphaAt(inner) > 200 && alphaAt(outer - 1) > 200);
+        QCOMPARE(alphaAt(outer), 0);
         if (inner >= 2)
-            QCOMPARE(qAlpha(image.pixel(centre)), 0);
-        // The first dot sits on the positive x axis and is the most opaque.
-        const QRgb firstDot = image.pixel(centre.x() + (inner + outer) / 2, centre.y());
-        QVERIFY(qAlpha(firstDot) > 200);
-        QCOMPARE(qRed(firstDot) * 255 / qAlpha(firstDot), 217);
+            QCOMPARE(alphaAt(inner - 1), 0);
+        const QRgb middle = image.pixel(centre.x() + (inner + outer) / 2, centre.y());
+        QCOMPARE(qRed(middle) * 255 / qAlpha(middle), 217);
     }
 
     void progressIndicatorRuns()
