@@ -1,6 +1,9 @@
 #include "mainwindow.h"
 
 #include <QApplication>
+#include <QLibraryInfo>
+#include <QLocale>
+#include <QTranslator>
 
 int main(int argc, char** argv)
 {
@@ -12,6 +15,18 @@ int main(int argc, char** argv)
     QApplication::setOrganizationName(QStringLiteral("Kelmara"));
     QApplication::setOrganizationDomain(QStringLiteral("kelmara.example"));
     Q_INIT_RESOURCE(resources);
+
+    // Texts follow the system locale: Qt's own dialogs from the system's Qt
+    // catalogues, the program's from the catalogues in the resources. A
+    // language without a catalogue stays English.
+    QTranslator qtTranslator;
+    if (qtTranslator.load(QLocale(), QStringLiteral("qtbase"), QStringLiteral("_"),
+                          QLibraryInfo::location(QLibraryInfo::TranslationsPath)))
+        QApplication::installTranslator(&qtTranslator);
+    QTranslator translator;
+    if (translator.load(QLocale(), QStringLiteral("harnwick"), QStringLiteral("_"),
+                        QStringLiteral(":/translations")))
+        QApplication::installTranslator(&translator);
 
     MainWindow window;
     window.show();
