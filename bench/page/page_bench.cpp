@@ -1,0 +1,472 @@
+// Drives the real page, offscreen, against the device simulator (time scale 0) and prints one
+// figure per line as "name<TAB>value<TAB>unit"; bench/run repeats it and tabulates. Every mode
+// that can be compared with a plain shell run measures that baseline in the same process, so the
+// ratio survives a loaded machine.
+//
+//   page_bench overhead   job of 500 devices at concurrency 16 against xargs -P 16
+//   page_bench stream     100 devices streaming 5,000 lines each: longest event-loop gap
+//   page_bench start      MainWindow constructed to first paint
+//   page_bench scale      1,000-adapter discovery, resident memory, save and load of a large job
+
+#include "bulkaction.h"
+#include "bulkoperationswidget.h"
+#include "corvaneprocessrunner.h"
+#include "corvanereplies.h"
+#include "mainwindow.h"
+#include "settingsutil.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDir>
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFile>
+#include <QGroupBox>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLineEdit>
+#include <QProcess>
+#include <QPushButton>
+#include <QSettings>
+#include <QStackedWidget>
+#include <QStandardItemModel>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTextStream>
+#include <QTimer>
+#include <QTreeView>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+QString sandboxPath;
+constexpr int statusColumn = 6;
+
+void figure(const char* name, double value, const char* unit)
+{
+    std::printf("%s\t%.3f\t%s\n", name, value, unit);
+    std::fflush(stdout);
+}
+
+void fail(const QString& message)
+{
+    std::fprintf(stderr, "page_bench: %s\n", qPrintable(message));
+    std::exit(1);
+}
+
+QString sandboxFile(const QString& name)
+{
+    return QDir(sandboxPath).filePath(name);
+}
+
+void writeFile(const QString& path, const QByteArray& contents)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(contents) != contents.size())
+        fail(QStringLiteral("cannot write %1").arg(path));
+}
+
+// A fleet of USB adapters whose batch runs carry the given faults.
+QString writeFleet(int count, const QByteArray& batchFaults)
+{
+    QByteArray yaml = "adapters:\n";
+    for (int i = 0; i < count; ++i) {
+        yaml += "  - serial: " + QByteArray::number(801100000 + i) + "\n    part: KM32G101F512\n";
+        if (!batchFaults.isEmpty())
+            yaml += "    faults: " + batchFaults + "\n";
+    }
+    const QString path = sandboxFile(QStringLiteral("fleet.yaml"));
+    writeFile(path, yaml);
+    qputenv("CORVANE_SIM_FLEET", QFile::encodeName(path));
+    return path;
+}
+
+void setConcurrency(int processes)
+{
+    SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, processes);
+}
+
+QStandardItemModel* deviceModel(const BulkOperationsWidget& page)
+{
+    return page.findChild<QStandardItemModel*>(QStringLiteral("deviceSelectorModel"));
+}
+
+QPushButton* runButton(const BulkOperationsWidget& page)
+{
+    return page.findChild<QPushButton*>(QStringLiteral("runButton"));
+}
+
+void addDevices(BulkOperationsWidget& page, int count)
+{
+    for (int i = 0; i < count; ++i)
+        page.addDeviceToTable(QString::number(801100000 + i), QString(), QStringLiteral("KM32G101F512"),
+                              QStringLiteral("bench-%1").arg(i), true, false, true, true);
+}
+
+// Adds an action through the list and picks its type in the editor, the way a user does.
+QGroupBox* addAction(BulkOperationsWidget& page, BulkAction type)
+{
+    const int id = page.actionSelectorAddAction(true);
+    auto* stack = page.findChild<QStackedWidget*>(QStringLiteral("actionEditorStack"));
+    for (int index = 1; index < stack->count(); ++index) {
+        auto* box = qobject_cast<QGroupBox*>(stack->widget(index));
+        if (box && box->property("actionId").toInt() == id) {
+            auto* selector = box->findChild<QComboBox*>(QStringLiteral("selector"));
+            selector->setCurrentIndex(selector->findData(static_cast<int>(type)));
+            return box;
+        }
+    }
+    fail(QStringLiteral("no editor for action %1").arg(id));
+    return nullptr;
+}
+
+void setWait(QGroupBox* box, const QString& milliseconds)
+{
+    for (auto* edit : box->findChildren<QLineEdit*>(QStringLiteral("durationLineEdit")))
+        edit->setText(milliseconds);
+}
+
+void copyTree(const QString& from, const QString& to)
+{
+    QDirIterator it(from, QDir::Files | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString source = it.next();
+        const QString target = to + source.mid(from.size());
+        QDir().mkpath(QFileInfo(target).path());
+        QFile::copy(source, target);
+    }
+}
+
+QList<QStringList> recordedBatches(const QString& recordPath)
+{
+    QList<QStringList> lists;
+    QFile record(recordPath);
+    if (!record.open(QIODevice::ReadOnly))
+        return lists;
+    for (const QByteArray& line : record.readAll().split('\n')) {
+        const QJsonObject object = QJsonDocument::fromJson(line).object();
+        if (object.value(QStringLiteral("command")).toString() == QLatin1String("batch"))
+            lists << object.value(QStringLiteral("arguments")).toVariant().toStringList();
+    }
+    return lists;
+}
+
+QString shellQuoted(const QString& text)
+{
+    QString quoted = text;
+    quoted.replace(QLatin1Char('\''), QLatin1String("'\\''"));
+    return QLatin1Char('\'') + quoted + QLatin1Char('\'');
+}
+
+// The shell user's way: the same command lines through xargs, output into a file.
+double runXargs(const QList<QStringList>& commands, int parallel)
+{
+    QByteArray lines;
+    for (const QStringList& arguments : commands) {
+        QStringList words{shellQuoted(QStringLiteral(HARNWICK_SIMULATOR_PATH))};
+        for (const QString& argument : arguments)
+            words << shellQuoted(argument);
+        lines += words.join(QLatin1Char(' ')).toUtf8() + '\n';
+    }
+    const QString listPath = sandboxFile(QStringLiteral("commands.txt"));
+    writeFile(listPath, lines);
+    QProcess xargs;
+    xargs.setStandardInputFile(listPath);
+    xargs.setStandardOutputFile(sandboxFile(QStringLiteral("xargs-output.txt")));
+    xargs.setStandardErrorFile(sandboxFile(QStringLiteral("xargs-errors.txt")));
+    QElapsedTimer clock;
+    clock.start();
+    xargs.start(QStringLiteral("xargs"),
+                {QStringLiteral("-P"), QString::number(parallel), QStringLiteral("-L"), QStringLiteral("1")});
+    if (!xargs.waitForFinished(600000) || xargs.exitCode() != 0)
+        fail(QStringLiteral("xargs failed with %1").arg(xargs.exitCode()));
+    return clock.nsecsElapsed() / 1e6;
+}
+
+int overhead()
+{
+    const int devices = 500, parallel = 16;
+    writeFleet(devices, "[{command: batch, effect: flood, lines: 20, step: 1}]");
+    setConcurrency(parallel);
+    const QString recordPath = sandboxFile(QStringLiteral("record.jsonl"));
+    qputenv("CORVANE_SIM_RECORD", QFile::encodeName(recordPath));
+    const QString runTemp = sandboxFile(QStringLiteral("tmp"));
+    QDir().mkpath(runTemp);
+    qputenv("TMPDIR", QFile::encodeName(runTemp));
+
+    BulkOperationsWidget page;
+    page.resize(1400, 900);
+    page.show();
+    addDevices(page, devices);
+    addAction(page, BulkAction::LogDeviceInfo);
+    setWait(addAction(page, BulkAction::Wait), QStringLiteral("0"));
+    QApplication::processEvents();
+
+    // The run folder goes when the run ends; keep a copy so the shell run reads the same bundle.
+    const QString keptTemp = sandboxFile(QStringLiteral("kept"));
+    bool copied = false;
+    QObject::connect(page.processRunner(), &CorvaneProcessRunner::processStarted, &page, [&] {
+        if (!copied) {
+            copied = true;
+            copyTree(runTemp, keptTemp);
+        }
+    });
+    QEventLoop loop;
+    QObject::connect(page.processRunner(), &CorvaneProcessRunner::allTasksFinished, &loop, &QEventLoop::quit);
+    QElapsedTimer clock;
+    clock.start();
+    runButton(page)->click();
+    loop.exec();
+    const double harnwickMs = clock.nsecsElapsed() / 1e6;
+
+    QList<QStringList> commands = recordedBatches(recordPath);
+    if (commands.size() != devices)
+        fail(QStringLiteral("%1 batch runs recorded, expected %2").arg(commands.size()).arg(devices));
+    for (QStringList& arguments : commands) {
+        for (QString& argument : arguments)
+            argument.replace(runTemp, keptTemp);
+    }
+    int done = 0;
+    for (int row = 0; row < devices; ++row)
+        done +=
+            deviceModel(page)->index(row, statusColumn).data().toString().startsWith(QLatin1String("DONE"));
+    if (done != devices)
+        fail(QStringLiteral("%1 of %2 devices DONE").arg(done).arg(devices));
+    const double shellMs = runXargs(commands, parallel);
+    figure("overhead_harnwick_ms", harnwickMs, "ms");
+    figure("overhead_xargs_ms", shellMs, "ms");
+    figure("overhead_ratio", harnwickMs / shellMs, "x");
+    return 0;
+}
+
+int stream()
+{
+    const int devices = 100, lines = 5000;
+    // Each run floods its lines and then pauses in real time, so the last line stays on screen
+    // long enough to be checked; the pauses are cut short afterwards.
+    writeFleet(devices, "[{command: batch, effect: flood, lines: " + QByteArray::number(lines) +
+                            ", step: 1}, {command: batch, effect: slow_start, delay_ms: 60000, step: 1}]");
+    setConcurrency(devices);
+    BulkOperationsWidget page;
+    page.resize(1400, 900);
+    page.show();
+    addDevices(page, devices);
+    addAction(page, BulkAction::LogDeviceInfo);
+    QApplication::processEvents();
+
+    const QString lastLine = QStringLiteral("Transfer detail %1 of %1").arg(lines);
+    QStandardItemModel* model = deviceModel(page);
+    auto allShowLastLine = [&] {
+        for (int row = 0; row < devices; ++row) {
+            if (model->index(row, statusColumn).data().toString() != lastLine)
+                return false;
+        }
+        return true;
+    };
+
+    QElapsedTimer clock, tick;
+    qint64 longestGapNs = 0;
+    QTimer ticker;
+    ticker.setTimerType(Qt::PreciseTimer);
+    ticker.setInterval(5);
+    QEventLoop loop;
+    QObject::connect(&ticker, &QTimer::timeout, &loop, [&] {
+        longestGapNs = std::max(longestGapNs, tick.nsecsElapsed());
+        tick.restart();
+        if (allShowLastLine() || clock.elapsed() > 55000)
+            loop.quit();
+    });
+    clock.start();
+    tick.start();
+    ticker.start();
+    runButton(page)->click();
+    loop.exec();
+    const double streamedMs = clock.nsecsElapsed() / 1e6;
+    const bool complete = allShowLastLine();
+    ticker.stop();
+
+    // Abort leaves running processes alone; the pausing runs are this benchmark's own children.
+    QObject::connect(page.processRunner(), &CorvaneProcessRunner::allTasksFinished, &loop, &QEventLoop::quit);
+    for (QProcess* process : page.processRunner()->findChildren<QProcess*>())
+        process->kill();
+    loop.exec();
+    figure("stream_longest_gap_ms", longestGapNs / 1e6, "ms");
+    figure("stream_duration_ms", streamedMs, "ms");
+    figure("stream_rows_show_last_line", complete ? 1 : 0, "bool");
+    return complete ? 0 : 1;
+}
+
+class PaintWatcher : public QObject
+{
+public:
+    bool painted = false;
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint)
+            painted = true;
+        return false;
+    }
+};
+
+int start()
+{
+    writeFleet(8, QByteArray());
+    QElapsedTimer clock;
+    clock.start();
+    MainWindow window;
+    PaintWatcher watcher;
+    window.installEventFilter(&watcher);
+    window.show();
+    while (!watcher.painted)
+        QApplication::processEvents(QEventLoop::AllEvents, 5);
+    // Let the paint that was just delivered finish and reach the backing store.
+    QApplication::processEvents();
+    figure("start_ms", clock.nsecsElapsed() / 1e6, "ms");
+    return 0;
+}
+
+QByteArray listReply(int count)
+{
+    QJsonArray devices;
+    for (int i = 0; i < count; ++i) {
+        QJsonObject device;
+        device.insert(QStringLiteral("serial_number"), double(801100000 + i));
+        device.insert(QStringLiteral("adapter_ip"), QString());
+        device.insert(QStringLiteral("adapter_nickname"), QStringLiteral("bench-%1").arg(i));
+        devices.append(device);
+    }
+    QJsonObject result;
+    result.insert(QStringLiteral("device_count"), devices.size());
+    result.insert(QStringLiteral("devices"), devices);
+    QJsonObject reply;
+    reply.insert(QStringLiteral("result"), result);
+    return QJsonDocument(reply).toJson(QJsonDocument::Compact);
+}
+
+double residentMiB()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith("VmRSS:"))
+            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
+    }
+    return -1;
+}
+
+int scale()
+{
+    const int devices = 1000, actions = 100;
+    writeFleet(8, QByteArray());
+    {
+        BulkOperationsWidget page;
+        page.resize(1400, 900);
+        page.show();
+        QApplication::processEvents();
+        CorvaneProcessResult result;
+        result.id = CorvaneReplies::usbDiscoveryTaskId;
+        result.exitCode = 0;
+        result.stdoutData = listReply(devices);
+        QElapsedTimer clock;
+        clock.start();
+        page.deviceSelectorParseDiscoveredDevices(result);
+        QApplication::processEvents();
+        figure("discovery_1000_ms", clock.nsecsElapsed() / 1e6, "ms");
+        if (deviceModel(page)->rowCount() != devices)
+            fail(QStringLiteral("%1 rows after discovery").arg(deviceModel(page)->rowCount()));
+        figure("resident_1000_rows_mib", residentMiB(), "MiB");
+    }
+
+    const QString job = sandboxFile(QStringLiteral("large.hwj"));
+    {
+        BulkOperationsWidget page;
+        page.resize(1400, 900);
+        page.show();
+        addDevices(page, devices);
+        for (int i = 0; i < actions; ++i) {
+            if (i % 2)
+                addAction(page, BulkAction::LogDeviceInfo);
+            else
+                setWait(addAction(page, BulkAction::Wait), QString::number(10 + i));
+        }
+        QApplication::processEvents();
+        QElapsedTimer clock;
+        clock.start();
+        page.saveBatchJob(job);
+        figure("save_large_job_ms", clock.nsecsElapsed() / 1e6, "ms");
+    }
+    {
+        BulkOperationsWidget page;
+        page.resize(1400, 900);
+        page.show();
+        QApplication::processEvents();
+        QElapsedTimer clock;
+        clock.start();
+        page.loadBatchJob(job);
+        QApplication::processEvents();
+        figure("load_large_job_ms", clock.nsecsElapsed() / 1e6, "ms");
+        auto* actionView = page.findChild<QTreeView*>(QStringLiteral("actionTreeView"));
+        if (deviceModel(page)->rowCount() != devices || actionView->model()->rowCount() != actions)
+            fail(QStringLiteral("loaded %1 devices and %2 actions")
+                     .arg(deviceModel(page)->rowCount())
+                     .arg(actionView->model()->rowCount()));
+    }
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    // Settings, HOME and run folders live in a throw-away folder, never the user's.
+    QTemporaryDir sandbox(QDir::tempPath() + QStringLiteral("/harnwick-bench-XXXXXX"));
+    if (!sandbox.isValid())
+        return 2;
+    sandboxPath = sandbox.path();
+    const QByteArray root = QFile::encodeName(sandbox.path());
+    for (const char* sub : {"config", "data", "cache", "runtime"})
+        QDir(sandbox.path()).mkpath(QString::fromLatin1(sub));
+    QFile::setPermissions(sandbox.path() + QStringLiteral("/runtime"),
+                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    qputenv("HOME", root);
+    qputenv("XDG_CONFIG_HOME", root + "/config");
+    qputenv("XDG_DATA_HOME", root + "/data");
+    qputenv("XDG_CACHE_HOME", root + "/cache");
+    qputenv("XDG_RUNTIME_DIR", root + "/runtime");
+    qputenv("CORVANE_SIM_SPEED", "0");
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QStandardPaths::setTestModeEnabled(true);
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope,
+                       sandbox.path() + QStringLiteral("/config"));
+
+    QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Harnwick"));
+    QApplication::setOrganizationName(QStringLiteral("Kelmara"));
+    QApplication::setOrganizationDomain(QStringLiteral("kelmara.example"));
+    Q_INIT_RESOURCE(resources);
+
+    SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
+                             QStringLiteral(HARNWICK_SIMULATOR_PATH));
+    SettingsUtil::setSetting(Settings::loggingGroup, Settings::logFileDirectoryKey,
+                             sandboxFile(QStringLiteral("logs")));
+
+    const QString mode = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
+    if (mode == QLatin1String("overhead"))
+        return overhead();
+    if (mode == QLatin1String("stream"))
+        return stream();
+    if (mode == QLatin1String("start"))
+        return start();
+    if (mode == QLatin1String("scale"))
+        return scale();
+    std::fprintf(stderr, "usage: page_bench overhead|stream|start|scale\n");
+    return 2;
+}
