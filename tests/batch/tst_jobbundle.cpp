@@ -32,11 +32,14 @@ struct Sandbox
 {
     QTemporaryDir root;
     const QString bench = root.filePath(QString::fromUtf8("Prüfplatz 3"));
-    const bool made = QDir().mkpath(bench) && QDir().mkpath(root.filePath("outside/")) &&
-                      QDir().mkpath(root.filePath("tmp"));
     const decltype(scopedEnvironment("", "")) tmpdir =
         scopedEnvironment("TMPDIR", QFile::encodeName(root.filePath("tmp")));
 
+    Sandbox()
+    {
+        for (const QString& folder : {bench, root.filePath("outside"), root.filePath("tmp")})
+            QDir().mkpath(folder);
+    }
     // Everything but the bench, which must stay the two empty folders.
     QStringList outside() const { return tree(root.path()).filter(QRegularExpression("^(?!Pr)")); }
 };
