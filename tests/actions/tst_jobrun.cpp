@@ -50,10 +50,9 @@ struct Device
 
 } // namespace
 
-using namespace DevicePage;
 
 // Job runs end to end: the page, the runner and the device simulator with its invocation record.
-class TestJobRun : public QObject
+class TestJobRun : public QObject, private DevicePage
 {
     Q_OBJECT
 
