@@ -103,16 +103,19 @@ struct DevicePage
         return texts;
     }
 
-    // The texts of the modal menu that `trigger` pops up, or none.
+    // The texts of the modal menus that `trigger` pops up (each is closed as
+    // it opens), or none.
     template<typename Trigger> static QStringList poppedUpMenu(Trigger trigger)
     {
         QStringList entries;
-        QTimer::singleShot(100, [&entries] {
+        QTimer closer;
+        QObject::connect(&closer, &QTimer::timeout, [&entries] {
             if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
-                entries = menuTexts(menu);
+                entries += menuTexts(menu);
                 menu->close();
             }
         });
+        closer.start(100);
         trigger();
         QTest::qWait(200);
         return entries;

@@ -273,6 +273,7 @@ private slots:
             QVERIFY(control->isEnabled());
         QVERIFY(model(page)->item(0, DeviceTargetPartColumn)->isEditable());
         QVERIFY(model(page)->item(0, DeviceSelectColumn)->isEnabled());
+        page.enableGuiElements(true);
         QCOMPARE(menu().size(), 16); // one menu, however often the controls came back
 
         // Outside a device operation no result is taken for the device part.
@@ -281,85 +282,41 @@ private slots:
         QVERIFY(!page.deviceSelectorRouteTaskResult(stray));
     }
 
-    void probing()
+    // Both act on the highlighted rows; a row without a connection stops the
+    // whole probe but only itself in a detection.
+    void probingAndDetection()
     {
         useFleet(probedFleet);
         BulkOperationsWidget page;
         page.addDeviceToTable("801002345", "", "", "", true, false, false, true);
-        page.addDeviceToTable("", "192.0.2.21", "", "", false, true, false, true);
+        page.addDeviceToTable("", "192.0.2.21", "KM40H330F2048", "", false, true, false, true);
         page.addDeviceToTable("801002399", "", "", "", true, false, false, true);
-        page.addDeviceToTable("3000123456", "", "AX7L2", "old-name", true, false, false, true);
+        page.addDeviceToTable("3000123456", "", "", "old-name", true, false, false, true);
         page.addDeviceToTable("801017733", "", "", "", true, false, false, true);
         page.addDeviceToTable("801017734", "198.51.100.1", "", "", true, true, false, true);
         setNotAvailable(page, 2);
-        QFile::remove(recordPath);
+        const auto run = [this, &page](void (BulkOperationsWidget::*operation)(), const QList<int>& rows) {
+            QFile::remove(recordPath);
+            highlight(page, rows);
+            (page.*operation)();
+            wait(page);
+        };
+        const auto probe = &BulkOperationsWidget::deviceSelectorProbeAdapterSelectedDevices;
+        const auto detect = &BulkOperationsWidget::deviceSelectorDetectTargetDeviceHighlightedDevices;
 
-        // One row without a connection stops the whole probe.
-        highlight(page, {0, 2, 1});
-        page.deviceSelectorProbeAdapterSelectedDevices();
-        QVERIFY(!page.deviceSelectorOperationRunning());
-        const QString unknown =
-            QStringLiteral("ERROR: Unknown connection type. Please select one in the dropdown menu.");
-        QCOMPARE(text(page, 2, DeviceStatusColumn), unknown);
-        QCOMPARE(text(page, 0, DeviceStatusColumn), QString());
+        run(probe, {});
+        QCOMPARE(errorText(page), QStringLiteral("ERROR: No devices selected for adapter probing."));
+        run(detect, {});
+        QCOMPARE(errorText(page), QStringLiteral("ERROR: No devices selected for target device detection."));
+        run(probe, {0, 2, 1});
+        QCOMPARE(
+            column(page, DeviceStatusColumn),
+            QStringList({"", "", "ERROR: Unknown connection type. Please select one in the dropdown menu.",
+                         "", "", ""}));
         QTest::qWait(300);
         QVERIFY(calls().isEmpty());
 
-        highlight(page, {});
-        page.deviceSelectorProbeAdapterSelectedDevices();
-        QCOMPARE(errorText(page), QStringLiteral("ERROR: No devices selected for adapter probing."));
-
-        highlight(page, {0, 1, 3, 4, 5});
-        page.deviceSelectorProbeAdapterSelectedDevices();
-        wait(page);
-        const QStringList probe = {"adapter", "probe", "--json"};
-        QCOMPARE(calls(), QList<QStringList>({probe + QStringList({"--ip", "192.0.2.21"}),
-                                              probe + QStringList({"--serialno", "3000123456"}),
-                                              probe + QStringList({"--serialno", "801002345"}),
-                                              probe + QStringList({"--serialno", "801017733"}),
-                                              probe + QStringList({"--serialno", "801017734"})}));
-        QCOMPARE(errorText(page), QString());
-
-        // Filled in where the adapter knows; "unknown" addresses change nothing,
-        // nor does an adapter that cannot name its target.
-        const auto cells = [&page](int row) {
-            QStringList values;
-            for (int column = DeviceSerialNumberColumn; column <= DeviceStatusColumn; ++column)
-                values << text(page, row, column);
-            return values;
-        };
-        QCOMPARE(cells(0), QStringList({"801002345", "", "KM32G101F512", "bench-left", ""}));
-        QCOMPARE(cells(1), QStringList({"803110042", "192.0.2.21", "KM40H330F2048", "lab-net-1", ""}));
-        QCOMPARE(cells(2).last(), unknown); // the earlier error stays
-        QCOMPARE(cells(3), QStringList({"3000123456", "", "AX7L2", "line-3", ""}));
-        QCOMPARE(cells(4).last(), QStringLiteral("ERROR: Adapter probe command failed."));
-        QCOMPARE(cells(5).value(1), QStringLiteral("198.51.100.1"));
-        const QString toolTip = model(page)->item(4, DeviceStatusColumn)->toolTip();
-        QVERIFY(toolTip.startsWith(QStringLiteral("Process output:\n\n{")) &&
-                toolTip.contains("\"success\""));
-    }
-
-    void detection()
-    {
-        useFleet(probedFleet);
-        BulkOperationsWidget page;
-        page.addDeviceToTable("801002345", "", "", "", true, false, false, true);
-        page.addDeviceToTable("801002399", "", "", "", true, false, false, true);
-        page.addDeviceToTable("", "192.0.2.21", "KM40H330F2048", "", false, true, false, true);
-        page.addDeviceToTable("3000123456", "", "", "", true, false, false, true);
-        page.addDeviceToTable("801017733", "", "", "", true, false, false, true);
-        page.addDeviceToTable("801017734", "", "", "", true, false, false, true);
-        setNotAvailable(page, 1);
-        QFile::remove(recordPath);
-
-        highlight(page, {});
-        page.deviceSelectorDetectTargetDeviceHighlightedDevices();
-        QCOMPARE(errorText(page), QStringLiteral("ERROR: No devices selected for target device detection."));
-
-        // Unlike probing, the row without a connection does not stop the others.
-        highlight(page, {0, 1, 2, 3, 4, 5});
-        page.deviceSelectorDetectTargetDeviceHighlightedDevices();
-        wait(page);
+        run(detect, {0, 1, 2, 3, 4, 5});
         const QStringList info = {"device", "info", "--json"};
         QCOMPARE(calls(),
                  QList<QStringList>({info + QStringList({"--device", "KM40H330F2048", "--ip", "192.0.2.21"}),
@@ -368,22 +325,48 @@ private slots:
                                      info + QStringList({"--serialno", "801017733"}),
                                      info + QStringList({"--serialno", "801017734"})}));
         QCOMPARE(column(page, DeviceTargetPartColumn),
-                 QStringList({"KM32G101F512", "", "KM40H330F2048", "", "", ""}));
+                 QStringList({"KM32G101F512", "KM40H330F2048", "", "", "", ""}));
         QCOMPARE(
             column(page, DeviceStatusColumn),
             QStringList(
-                {"",
+                {"", "",
                  "ERROR: Unknown connection type for this device. Please select one in the dropdown menu.",
-                 "", "ERROR: Command 'device info' failed. Provide a hint in the 'Target Part' column.",
+                 "ERROR: Command 'device info' failed. Provide a hint in the 'Target Part' column.",
                  "ERROR: Could not detect target part - part number is not available.",
                  "ERROR: Could not parse 'device info' output."}));
         QCOMPARE(model(page)->item(3, DeviceStatusColumn)->toolTip(), QString());
 
-        // With a hint the undetectable target is named, and the old error goes.
+        // Filled in where the adapter knows; "unknown" addresses change nothing,
+        // nor does an adapter that cannot name its target.
+        model(page)->item(3, DeviceTargetPartColumn)->setText(QStringLiteral("AX7L2"));
+        run(probe, {0, 1, 3, 4, 5});
+        const QStringList adapter = {"adapter", "probe", "--json"};
+        QCOMPARE(calls(), QList<QStringList>({adapter + QStringList({"--ip", "192.0.2.21"}),
+                                              adapter + QStringList({"--serialno", "3000123456"}),
+                                              adapter + QStringList({"--serialno", "801002345"}),
+                                              adapter + QStringList({"--serialno", "801017733"}),
+                                              adapter + QStringList({"--serialno", "801017734"})}));
+        QCOMPARE(errorText(page), QString());
+        QCOMPARE(
+            column(page, DeviceSerialNumberColumn),
+            QStringList({"801002345", "803110042", "801002399", "3000123456", "801017733", "801017734"}));
+        QCOMPARE(column(page, DeviceIpAddressColumn),
+                 QStringList({"", "192.0.2.21", "", "", "", "198.51.100.1"}));
+        QCOMPARE(column(page, DeviceTargetPartColumn),
+                 QStringList({"KM32G101F512", "KM40H330F2048", "", "AX7L2", "", "KM24L052C128"}));
+        QCOMPARE(column(page, DeviceNicknameColumn),
+                 QStringList({"bench-left", "lab-net-1", "", "line-3", "", ""}));
+        QCOMPARE(text(page, 3, DeviceStatusColumn), QString()); // success leaves the status alone
+        QCOMPARE(text(page, 4, DeviceStatusColumn), QStringLiteral("ERROR: Adapter probe command failed."));
+        const QString toolTip = model(page)->item(4, DeviceStatusColumn)->toolTip();
+        QVERIFY(toolTip.startsWith(QStringLiteral("Process output:\n\n{")) &&
+                toolTip.contains("\"success\""));
+
+        // With a hint the undetectable target is named.
         model(page)->item(3, DeviceTargetPartColumn)->setText(QStringLiteral("KM40H330F1024"));
-        highlight(page, {3});
-        page.deviceSelectorDetectTargetDeviceHighlightedDevices();
-        wait(page);
+        run(detect, {3});
+        QCOMPARE(calls(), QList<QStringList>({info + QStringList({"--device", "KM40H330F1024", "--serialno",
+                                                                  "3000123456"})}));
         QCOMPARE(text(page, 3, DeviceTargetPartColumn), QStringLiteral("KM40H330F1024"));
         QCOMPARE(text(page, 3, DeviceStatusColumn), QString());
     }

@@ -190,39 +190,6 @@ private slots:
         QCOMPARE(column(page, DeviceTargetPartColumn), QStringList({"KM32G101F512", "", "KM32G101F512"}));
     }
 
-    void selectionOperations()
-    {
-        BulkOperationsWidget page;
-        QAbstractItemModelTester tester(model(page), QAbstractItemModelTester::FailureReportingMode::QtTest);
-        for (const char* serial : {"801002340", "801002341", "801002342", "801002343", "801002344"})
-            page.addDeviceToTable(serial, "", "KM32G101F512", "", true, false, false, true);
-        const auto checked = [&page] {
-            QList<int> rows;
-            for (int row = 0; row < model(page)->rowCount(); ++row)
-                if (isChecked(page, row))
-                    rows << row;
-            return rows;
-        };
-
-        highlight(page, {4, 0, 2});
-        page.deviceSelectorSelectHighlightedDevices();
-        QCOMPARE(checked(), QList<int>({0, 2, 4}));
-        page.deviceSelectorSelectAllDevices();
-        QCOMPARE(checked(), QList<int>({0, 1, 2, 3, 4}));
-        page.deviceSelectorDeselectHighlightedDevices();
-        QCOMPARE(checked(), QList<int>({1, 3}));
-        page.deviceSelectorDeselectAllDevices();
-        QCOMPARE(checked(), QList<int>());
-        page.deviceSelectorClearTargetPartHighlightedDevices();
-        QCOMPARE(column(page, DeviceTargetPartColumn),
-                 QStringList({"", "KM32G101F512", "", "KM32G101F512", ""}));
-
-        // Non-contiguous rows go, and exactly those.
-        page.deviceSelectorRemoveHighlightedDevices();
-        QCOMPARE(column(page, DeviceSerialNumberColumn), QStringList({"801002341", "801002343"}));
-        QVERIFY(combo(page, 0) && combo(page, 1));
-    }
-
     void deviceIdsAndConnectionTypes()
     {
         BulkOperationsWidget page;
