@@ -167,7 +167,7 @@ double runXargs(const QList<QStringList>& commands, int parallel)
 {
     QByteArray lines;
     for (const QStringList& arguments : commands) {
-        QStringList words{shellQuoted(QStringLiteral(HARNWICK_SIMULATOR_PATH))};
+        QStringList words;
         for (const QString& argument : arguments)
             words << shellQuoted(argument);
         lines += words.join(QLatin1Char(' ')).toUtf8() + '\n';
@@ -181,7 +181,8 @@ double runXargs(const QList<QStringList>& commands, int parallel)
     QElapsedTimer clock;
     clock.start();
     xargs.start(QStringLiteral("xargs"),
-                {QStringLiteral("-P"), QString::number(parallel), QStringLiteral("-L"), QStringLiteral("1")});
+                {QStringLiteral("-P"), QString::number(parallel), QStringLiteral("-L"), QStringLiteral("1"),
+                 QStringLiteral(HARNWICK_SIMULATOR_PATH)});
     if (!xargs.waitForFinished(600000) || xargs.exitCode() != 0)
         fail(QStringLiteral("xargs failed with %1").arg(xargs.exitCode()));
     return clock.nsecsElapsed() / 1e6;
@@ -428,6 +429,11 @@ int main(int argc, char** argv)
     if (!sandbox.isValid())
         return 2;
     sandboxPath = sandbox.path();
+    // For a look at the command lines, outputs and logs afterwards.
+    if (qEnvironmentVariableIsSet("HARNWICK_BENCH_KEEP")) {
+        sandbox.setAutoRemove(false);
+        std::fprintf(stderr, "page_bench: keeping %s\n", qPrintable(sandboxPath));
+    }
     const QByteArray root = QFile::encodeName(sandbox.path());
     for (const char* sub : {"config", "data", "cache", "runtime"})
         QDir(sandbox.path()).mkpath(QString::fromLatin1(sub));
