@@ -57,15 +57,15 @@ private slots:
         QCOMPARE(last.data(FlashingRowStyleDelegate::FlashFadeRole).toInt(), 2000);
         QVERIFY(!flashColor(page, 1).isValid());
 
-        page.setDeviceStatusInfo(1, QStringLiteral("DONE (elapsed: 1.50 s)"), QString(), CORPORATE_GREEN);
-        QVERIFY(sameIcon(status(1)->icon(), ":/graphics/dot-green.png"));
-        QCOMPARE(flashColor(page, 1), CORPORATE_GREEN);
         page.setDeviceStatusInfo(1, QStringLiteral("ABORTED"), QStringLiteral("aborted"), CORPORATE_YELLOW);
         QVERIFY(sameIcon(status(1)->icon(), ":/graphics/dot-yellow.png"));
         QCOMPARE(status(1)->toolTip(), QStringLiteral("aborted"));
+        page.setDeviceStatusInfo(1, QStringLiteral("DONE (elapsed: 1.50 s)"), QString(), CORPORATE_GREEN);
+        QVERIFY(sameIcon(status(1)->icon(), ":/graphics/dot-green.png"));
+        QCOMPARE(flashColor(page, 1), CORPORATE_GREEN);
         // Another colour keeps the dot and flashes in that colour.
         page.setDeviceStatusInfo(1, QStringLiteral("Programming 40%"), QString(), QColor(Qt::blue));
-        QVERIFY(sameIcon(status(1)->icon(), ":/graphics/dot-yellow.png"));
+        QVERIFY(sameIcon(status(1)->icon(), ":/graphics/dot-green.png"));
         QCOMPARE(flashColor(page, 1), QColor(Qt::blue));
 
         page.setRowColor(0, CORPORATE_GREEN);
