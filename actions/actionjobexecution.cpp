@@ -214,11 +214,17 @@ void BulkOperationsWidget::deviceSelectorOnProcessFeedbackReceived(const QString
 void BulkOperationsWidget::showPendingStatusLines()
 {
     const QHash<QString, QByteArray> lines = std::exchange(pendingStatusLines, {});
+    // Fitting the status column measures every row; fit it once for the whole refresh,
+    // before control returns to the event loop, rather than once per changed row.
+    ++deviceSelectorBatchDepth;
     for (auto it = lines.cbegin(); it != lines.cend(); ++it) {
         const int row = getDeviceIndexInModel(it.key());
         if (row >= 0)
             setDeviceStatusInfo(row, QString::fromLatin1(it.value()).trimmed(), QString(), QColor());
     }
+    --deviceSelectorBatchDepth;
+    if (!lines.isEmpty())
+        deviceSelectorResizeColumn(DeviceStatusColumn);
 }
 
 void BulkOperationsWidget::onMultiProcessFinished(const CorvaneProcessResult& result)
