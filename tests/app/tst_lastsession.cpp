@@ -16,14 +16,13 @@
 #include <QTest>
 
 // The job on screen outlives the window: closed, even mid-run, and opened again.
-class TestLastSession : public QObject
+class TestLastSession : public QObject, private DevicePage
 {
     Q_OBJECT
 
     // Device rows as seen, the debug connection options and every action's step with its settings.
     static QStringList jobOf(BulkOperationsWidget& page)
     {
-        using namespace DevicePage;
         QStringList parts;
         for (int row = 0; row < model(page)->rowCount(); ++row) {
             QStringList cells{QString::number(isChecked(page, row)), connection(page, row)};
