@@ -201,6 +201,9 @@ void BulkOperationsWidget::onMultiProcessStarted(const QString& key)
 
 void BulkOperationsWidget::deviceSelectorOnProcessFeedbackReceived(const QString& key, const QByteArray& line)
 {
+    // Probe and detection replies are JSON documents, not progress worth showing.
+    if (deviceSelectorOperationRunning())
+        return;
     pendingStatusLines.insert(key, line);
     if (!statusRefreshTimer) {
         statusRefreshTimer = new QTimer(this);
