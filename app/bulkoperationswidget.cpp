@@ -2,6 +2,7 @@
 
 #include "corporatecolors.h"
 #include "corvaneprocessrunner.h"
+#include "forkedprocess.h"
 #include "qprogressindicator.h"
 #include "settingsutil.h"
 
@@ -118,7 +119,7 @@ bool BulkOperationsWidget::validateCorvaneExecutable(const QString& path)
         return false;
 
     // A bounded wait on purpose: the check must answer before the page is usable.
-    QProcess process;
+    ForkedProcess process;
     process.start(executable, {QStringLiteral("batch"), QStringLiteral("-h")}, QIODevice::ReadWrite);
     const bool finished = process.waitForFinished(executableCheckTimeoutMs);
     if (!finished) {

@@ -1,5 +1,7 @@
 #include "ziputil.h"
 
+#include "forkedprocess.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -17,7 +19,7 @@ namespace {
 // (unzip's "disk full, continue?") sees end of file; setsid() gives it a session without a controlling
 // terminal, so a question asked on /dev/tty fails too, even when the program was started from a
 // terminal. Output is not needed and is discarded rather than buffered.
-class NonInteractiveProcess : public QProcess
+class NonInteractiveProcess : public ForkedProcess
 {
 public:
     NonInteractiveProcess()

@@ -8,6 +8,7 @@
 #include "deviceselectortreeview.h"
 #include "dynamiccombobox.h"
 #include "flashingrowstyledelegate.h"
+#include "forkedprocess.h"
 #include "jobvariables.h"
 #include "reloadbutton.h"
 #include "rowordering.h"
@@ -550,7 +551,7 @@ void BulkOperationsWidget::deviceSelectorOpnCompleterFetchSuggestions()
     if (!deviceSelectorOpnCompleter)
         return;
     // A bounded wait on purpose: the list is wanted before the page is used.
-    QProcess process;
+    ForkedProcess process;
     process.start(corvaneProcessRunner->getExecutablePath(), CorvaneReplies::completionArguments(),
                   QIODevice::ReadWrite);
     if (!process.waitForFinished(completionTimeoutMs)) {

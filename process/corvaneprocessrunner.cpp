@@ -1,5 +1,6 @@
 #include "corvaneprocessrunner.h"
 
+#include "forkedprocess.h"
 #include "settingsutil.h"
 
 #include <QCoreApplication>
@@ -87,7 +88,7 @@ void CorvaneProcessRunner::startRemainingProcesses()
         const CorvaneProcessTask task = queue.takeFirst();
 
         auto state = std::make_unique<ProcessState>();
-        state->process = new QProcess(this);
+        state->process = new ForkedProcess(this);
         state->id = task.id;
         state->arguments = task.arguments;
         state->timeout = task.timeout;
