@@ -75,16 +75,23 @@ void BulkOperationsWidget::runJob(const QList<int>& rows)
         return;
     }
 
+    const bool logging = loggingIsEnabled();
+    QDir logDirectory(Settings::logFileDirectory());
+    if (logging && !logDirectory.exists() && !logDirectory.mkpath(QStringLiteral("."))) {
+        // Every device would fail at once on its log file; say why instead.
+        QDir(directoryPath).removeRecursively();
+        emit errorEncountered(tr("Cannot start job; the log file directory \"%1\" could not be created. "
+                                 "Please choose another log file directory or switch logging off.")
+                                  .arg(QDir::toNativeSeparators(logDirectory.absolutePath())));
+        return;
+    }
+
     connect(corvaneProcessRunner, &CorvaneProcessRunner::allTasksFinished, this, [directoryPath] {
         QDir directory(directoryPath);
         if (directory.exists())
             directory.removeRecursively();
     });
 
-    const bool logging = loggingIsEnabled();
-    QDir logDirectory(Settings::logFileDirectory());
-    if (logging && !logDirectory.exists())
-        logDirectory.mkpath(QStringLiteral("."));
     const int timeoutSeconds = Settings::processTimeoutSeconds();
 
     for (auto it = entries.begin(); it != entries.end();) {
@@ -139,7 +146,8 @@ BulkOperationsWidget::getDeviceSpecificArguments(const QList<int>& rows, const Q
 }
 
 bool BulkOperationsWidget::runCorvaneInParallel(const QStringList& baseArguments,
-                                                const QList<QPair<QString, QStringList>>& entries)
+                                                const QList<QPair<QString, QStringList>>& entries,
+                                                int timeoutMs)
 {
     if (!corvaneExecutableValid) {
         emit errorEncountered(tr("Cannot start job; the configured path does not point to a valid Corvane "
@@ -154,7 +162,8 @@ bool BulkOperationsWidget::runCorvaneInParallel(const QStringList& baseArguments
     clearProcessStatuses(keys);
     corvaneProcessRunner->clearQueue();
     for (const auto& entry : entries)
-        corvaneProcessRunner->enqueueTask(CorvaneProcessTask{entry.first, baseArguments + entry.second, 0});
+        corvaneProcessRunner->enqueueTask(
+            CorvaneProcessTask{entry.first, baseArguments + entry.second, timeoutMs});
 
     connect(corvaneProcessRunner, &CorvaneProcessRunner::processStarted, this,
             &BulkOperationsWidget::onMultiProcessStarted, Qt::UniqueConnection);
@@ -173,7 +182,24 @@ bool BulkOperationsWidget::runCorvaneInParallel(const QStringList& baseArguments
     busyIndicator->start();
 
     corvaneProcessRunner->start();
+    // Checked once the caller has put the page into its running state.
+    QTimer::singleShot(0, this, &BulkOperationsWidget::endRunIfStalled);
     return true;
+}
+
+void BulkOperationsWidget::endRunIfStalled()
+{
+    if (!busyIndicator->isAnimated() || corvaneProcessRunner->runningTaskCount() > 0)
+        return;
+    emit errorEncountered(tr("The Corvane executable \"%1\" could not be started. Please check the path in "
+                             "the settings.")
+                              .arg(QDir::toNativeSeparators(corvaneProcessRunner->getExecutablePath())));
+    // The devices still waiting are marked aborted; the one that failed to
+    // start keeps its cleared status.
+    corvaneProcessRunner->abortTasksNotYetStarted();
+    // The runner is idle now, which is what its end-of-run signal means; the
+    // run's own clean-up listens to it too.
+    emit corvaneProcessRunner->allTasksFinished();
 }
 
 void BulkOperationsWidget::clearProcessStatuses(const QStringList& keys)
@@ -233,6 +259,8 @@ void BulkOperationsWidget::showPendingStatusLines()
 void BulkOperationsWidget::onMultiProcessFinished(const CorvaneProcessResult& result)
 {
     progressBar->setValue(progressBar->value() + 1);
+    // The runner starts the next queued process once this returns.
+    QTimer::singleShot(0, this, &BulkOperationsWidget::endRunIfStalled);
     // A line still waiting to be shown must not overwrite the outcome.
     pendingStatusLines.remove(result.id);
     if (deviceSelectorRouteTaskResult(result))

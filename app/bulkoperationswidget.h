@@ -160,8 +160,9 @@ public:
     // the value their connection needs are left out.
     QList<QPair<QString, QStringList>> getDeviceSpecificArguments(const QList<int>& rows,
                                                                   const QStringList& variableNames);
+    // timeoutMs bounds each process (0: none; a job's limit is passed to Corvane itself).
     bool runCorvaneInParallel(const QStringList& baseArguments,
-                              const QList<QPair<QString, QStringList>>& entries);
+                              const QList<QPair<QString, QStringList>>& entries, int timeoutMs = 0);
     void clearProcessStatuses(const QStringList& keys);
     VariableExplorerWidget* variableExplorerWindow() const { return variableExplorer; }
 
@@ -258,6 +259,10 @@ private:
     QList<BatchUtil::DeviceEntry> jobDeviceEntriesFromTable() const;
     void setupVariableExplorer();
     void showPendingStatusLines();
+    // Ends the current run when the runner has nothing running but has not
+    // finished: a process that could not start leaves its queue waiting for
+    // a finish that never comes.
+    void endRunIfStalled();
 
     // The newest output line of each running device, shown on the next refresh.
     QHash<QString, QByteArray> pendingStatusLines;

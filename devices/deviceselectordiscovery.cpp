@@ -10,6 +10,7 @@
 #include "deviceselectortreeview.h"
 #include "qprogressindicator.h"
 #include "reloadbutton.h"
+#include "settingsutil.h"
 
 #include <QCheckBox>
 #include <QProgressBar>
@@ -78,7 +79,9 @@ bool BulkOperationsWidget::deviceSelectorOperationRunning() const
 bool BulkOperationsWidget::deviceSelectorRunInParallel(const QStringList& baseArguments,
                                                        const QList<QPair<QString, QStringList>>& entries)
 {
-    if (!runCorvaneInParallel(baseArguments, entries)) {
+    // Unlike a job, a device operation has no limit of its own: a process that
+    // never answers would keep the page busy for good.
+    if (!runCorvaneInParallel(baseArguments, entries, Settings::processTimeoutSeconds() * 1000)) {
         discoveryRunning = adapterProbeRunning = partDetectionRunning = false;
         return false;
     }

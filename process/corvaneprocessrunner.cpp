@@ -8,6 +8,17 @@
 
 #include <algorithm>
 
+namespace {
+// A process may print without end (a flood of progress lines); only its
+// beginning and its latest output are kept for the result, which is what a
+// reader of the outcome needs.
+constexpr int keptHeadBytes = 64 * 1024;
+constexpr int keptTailBytes = 1024 * 1024;
+// The line a job run prints as it begins an action; the job's outcome names
+// the last one, so the last such line of a left-out stretch is kept too.
+const QByteArray actionLineStart = QByteArrayLiteral("\nRunning action");
+} // namespace
+
 CorvaneProcessRunner::CorvaneProcessRunner(QObject* parent) : QObject(parent)
 {
     qRegisterMetaType<CorvaneProcessResult>();
@@ -150,6 +161,7 @@ void CorvaneProcessRunner::onStandardOutput(QProcess* process)
     if (!state)
         return;
     state->stdoutData.append(chunk);
+    boundOutput(*state);
     // Each chunk is split on its own: a line cut across two chunks is
     // reported as two lines.
     const QStringList lines = QString::fromUtf8(chunk).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
@@ -186,12 +198,13 @@ void CorvaneProcessRunner::onFinished(QProcess* process, int exitCode)
 
     // Output that arrived together with the end is still part of the result.
     state->stdoutData.append(process->readAllStandardOutput());
+    boundOutput(*state);
     state->stderrData.append(process->readAllStandardError());
 
     CorvaneProcessResult result;
     result.id = state->id;
     result.exitCode = exitCode;
-    result.stdoutData = state->stdoutData;
+    result.stdoutData = collectedOutput(*state);
     result.stderrData = state->stderrData;
 
     process->disconnect(this);
@@ -202,4 +215,45 @@ void CorvaneProcessRunner::onFinished(QProcess* process, int exitCode)
 
     emit taskFinished(result);
     startRemainingProcesses();
+}
+
+void CorvaneProcessRunner::boundOutput(ProcessState& state)
+{
+    QByteArray& data = state.stdoutData;
+    if (data.size() <= keptHeadBytes + 2 * keptTailBytes)
+        return;
+    if (state.headEnd < 0) {
+        const int lineEnd = data.lastIndexOf('\n', keptHeadBytes - 1);
+        state.headEnd = lineEnd >= 0 ? lineEnd + 1 : keptHeadBytes;
+    }
+    const int from = state.headEnd;
+    // The tail starts with a whole line where there is one.
+    int to = data.size() - keptTailBytes;
+    const int lineEnd = data.indexOf('\n', to);
+    if (lineEnd >= 0 && lineEnd + 1 < data.size())
+        to = lineEnd + 1;
+
+    const int found = data.lastIndexOf(actionLineStart, to - 2);
+    if (found >= from - 1 && found >= 0) {
+        const int start = found + 1;
+        const int end = data.indexOf('\n', start);
+        state.lastOmittedActionLine = data.mid(start, (end < 0 || end > to ? to : end) - start);
+    }
+    state.omittedBytes += to - from;
+    data.remove(from, to - from);
+}
+
+QByteArray CorvaneProcessRunner::collectedOutput(const ProcessState& state)
+{
+    if (state.headEnd < 0)
+        return state.stdoutData;
+    QByteArray output = state.stdoutData.left(state.headEnd);
+    if (!output.isEmpty() && !output.endsWith('\n'))
+        output.append('\n');
+    output.append(tr("[%1 bytes of output left out]").arg(state.omittedBytes).toUtf8());
+    output.append('\n');
+    if (!state.lastOmittedActionLine.isEmpty())
+        output.append(state.lastOmittedActionLine).append('\n');
+    output.append(state.stdoutData.mid(state.headEnd));
+    return output;
 }

@@ -55,6 +55,11 @@ private:
         QByteArray stdoutData;
         QByteArray stderrData;
         QTimer* timer = nullptr;
+        // Output beyond a bound is left out between the head and the tail of
+        // stdoutData; headEnd is where the gap lies (-1: nothing left out).
+        int headEnd = -1;
+        qint64 omittedBytes = 0;
+        QByteArray lastOmittedActionLine;
     };
 
     void startRemainingProcesses();
@@ -63,6 +68,8 @@ private:
     void onStandardError(QProcess* process);
     void onTimeout(QProcess* process);
     void onFinished(QProcess* process, int exitCode);
+    static void boundOutput(ProcessState& state);
+    static QByteArray collectedOutput(const ProcessState& state);
 
     QString executablePath;
     int maxConcurrentProcesses = 1;

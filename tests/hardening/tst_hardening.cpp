@@ -1,0 +1,485 @@
+#include "../actions/actionpagehelpers.h"
+#include "../devices/devicepagehelpers.h"
+#include "corporatecolors.h"
+#include "corvaneprocessrunner.h"
+#include "flashingrowstyledelegate.h"
+#include "mainwindow.h"
+#include "settingsutil.h"
+#include "testenvironment.h"
+#include "testregistry.h"
+
+#include <QCheckBox>
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLineEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QScopeGuard>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <tuple>
+
+namespace {
+
+const QString elapsed = QStringLiteral("\\(elapsed: (\\d+ ms|\\d+\\.\\d\\d s|\\d+ m \\d+ s)\\)");
+
+bool matches(const QString& pattern, const QString& text)
+{
+    return QRegularExpression(QLatin1Char('^') + pattern + QLatin1Char('$')).match(text).hasMatch();
+}
+
+// A figure of this process from /proc/self/status, in KiB.
+qint64 memoryKiB(const QByteArray& key)
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray& line : status.readAll().split('\n'))
+        if (line.startsWith(key + ':'))
+            return line.mid(key.size() + 1).trimmed().split(' ').value(0).toLongLong();
+    return -1;
+}
+
+} // namespace
+
+// The page against a device tool that crashes, hangs, floods, prints nonsense or goes missing, and
+// against places it cannot write to: what the user sees, and that nothing is lost.
+class TestHardening : public QObject, private DevicePage
+{
+    Q_OBJECT
+
+    QTemporaryDir dir;
+    QList<std::tuple<const char*, bool, QByteArray>> savedEnvironment;
+
+    void setEnvironment(const char* name, const QString& value)
+    {
+        savedEnvironment.append({name, qEnvironmentVariableIsSet(name), qgetenv(name)});
+        qputenv(name, QFile::encodeName(value));
+    }
+
+    void useFleet(const QByteArray& yaml)
+    {
+        QFile file(dir.filePath(QStringLiteral("fleet.yaml")));
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(yaml);
+    }
+
+    static void addDevices(BulkOperationsWidget& page, const QStringList& serials)
+    {
+        for (const QString& serial : serials)
+            page.addDeviceToTable(serial, QString(), QString(), QString(), true, false, true, true);
+    }
+
+    static void addWaits(BulkOperationsWidget& page, int count, const QString& ms = QStringLiteral("0"))
+    {
+        for (int i = 0; i < count; ++i)
+            ActionPage::field<QLineEdit>(ActionPage::addTyped(page, BulkAction::Wait), BulkAction::Wait,
+                                         "durationLineEdit")
+                ->setText(ms);
+    }
+
+    static QString status(const BulkOperationsWidget& page, int row)
+    {
+        return text(page, row, DeviceStatusColumn);
+    }
+    static QString toolTip(const BulkOperationsWidget& page, int row)
+    {
+        return model(page)->index(row, DeviceStatusColumn).data(Qt::ToolTipRole).toString();
+    }
+    static QColor flashColor(const BulkOperationsWidget& page, int row)
+    {
+        return model(page)->index(row, 0).data(FlashingRowStyleDelegate::FlashColorRole).value<QColor>();
+    }
+
+    // Idle again: every input open, Run ready, no progress shown.
+    static void verifyIdle(const BulkOperationsWidget& page)
+    {
+        QVERIFY(!page.deviceSelectorOperationRunning());
+        QVERIFY(child<QProgressBar>(page, "progressBar")->isHidden());
+        QPushButton* run = ActionPage::runButton(page);
+        QVERIFY(run->isEnabled());
+        QCOMPARE(run->text(), QStringLiteral("Run"));
+        QVERIFY(child<QPushButton>(page, "deviceSelectorDiscoverButton")->isEnabled());
+        QVERIFY(ActionPage::stack(page)->isEnabled());
+    }
+
+    static void runToEnd(BulkOperationsWidget& page)
+    {
+        QSignalSpy finished(page.processRunner(), &CorvaneProcessRunner::allTasksFinished);
+        ActionPage::runButton(page)->click();
+        QTRY_COMPARE_WITH_TIMEOUT(finished.count(), 1, 20000);
+        verifyIdle(page);
+    }
+
+    // Device rows and every step as the page would save them.
+    static QStringList jobOf(BulkOperationsWidget& page)
+    {
+        QStringList parts;
+        for (int row = 0; row < model(page)->rowCount(); ++row) {
+            QStringList cells{QString::number(isChecked(page, row)), connection(page, row)};
+            for (int column = DeviceSerialNumberColumn; column <= DeviceNicknameColumn; ++column)
+                cells << text(page, row, column);
+            parts << cells.join(QLatin1Char('|'));
+        }
+        QStringList variables;
+        for (const auto& step : page.getTasksFromActionsList(variables))
+            parts << QString::fromUtf8(QJsonDocument(QJsonObject::fromVariantMap(step)).toJson());
+        return parts;
+    }
+
+    static void fillJob(BulkOperationsWidget& page)
+    {
+        page.addDeviceToTable(QStringLiteral("801002345"), QString(), QStringLiteral("KM32G101F512"),
+                              QStringLiteral("bench-left"), true, false, true, true);
+        page.addDeviceToTable(QStringLiteral("801020001"), QStringLiteral("192.0.2.20"), QString(),
+                              QStringLiteral("Prüfstand ä"), true, true, false, true);
+        addWaits(page, 1, QStringLiteral("250"));
+        ActionPage::addTyped(page, BulkAction::MassEraseTargetDevice, false);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(QDir(dir.path()).mkpath(QStringLiteral("tmp")));
+        setEnvironment("CORVANE_SIM_FLEET", dir.filePath(QStringLiteral("fleet.yaml")));
+        setEnvironment("CORVANE_SIM_RECORD", dir.filePath(QStringLiteral("record.jsonl")));
+        setEnvironment("CORVANE_SIM_SPEED", QStringLiteral("0"));
+        setEnvironment("TMPDIR", dir.filePath(QStringLiteral("tmp")));
+    }
+
+    void cleanupTestCase()
+    {
+        for (const auto& [name, wasSet, value] : savedEnvironment)
+            wasSet ? qputenv(name, value) : qunsetenv(name);
+        TestEnvironment::clearSettings();
+    }
+
+    void init()
+    {
+        TestEnvironment::clearSettings();
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
+                                 TestEnvironment::simulatorPath());
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::processTimeoutSecondsKey, 1);
+        SettingsUtil::setSetting(Settings::loggingGroup, Settings::loggingEnabledKey, false);
+        useFleet("adapters: [{serial: 801002345}, {serial: 801002346}, {serial: 801017733}]\n");
+    }
+
+    // Probe, detection and discovery end, and say so, whatever the tool does; a process that never
+    // answers is stopped after the process timeout.
+    void deviceOperationsWithAMisbehavingTool()
+    {
+        useFleet(
+            "adapters:\n"
+            "  - {serial: 801002345, part: KM32G101F512, faults: [{effect: hang}]}\n"
+            "  - {serial: 801002346, part: KM32G101F256, faults: [{effect: crash}]}\n"
+            "  - {serial: 801017733, part: KM24L052C128, nickname: rack-a1, faults: [{effect: non_utf8}]}\n"
+            "  - {serial: 801017734, part: KM24L052C128, faults: [{effect: flood, lines: 20000}]}\n"
+            "  - {serial: 801020001, part: KX12B016A128, nickname: bench-dual}\n");
+        BulkOperationsWidget page;
+        const QStringList serials = {"801002345", "801002346", "801017733", "801017734", "801020001"};
+        addDevices(page, serials);
+        const auto run = [&page](void (BulkOperationsWidget::*operation)()) {
+            highlight(page, {0, 1, 2, 3, 4});
+            (page.*operation)();
+            QVERIFY(page.deviceSelectorOperationRunning());
+            QTRY_VERIFY_WITH_TIMEOUT(!page.deviceSelectorOperationRunning(), 10000);
+            verifyIdle(page);
+        };
+
+        run(&BulkOperationsWidget::deviceSelectorProbeAdapterSelectedDevices);
+        const QString noParse = QStringLiteral("ERROR: Could not parse adapter probe output.");
+        QCOMPARE(column(page, DeviceStatusColumn), QStringList({noParse, noParse, noParse, noParse, ""}));
+        QCOMPARE(flashColor(page, 0), CORPORATE_RED);
+        // A reply that cannot be read writes nothing into the row.
+        QCOMPARE(column(page, DeviceNicknameColumn), QStringList({"", "", "", "", "bench-dual"}));
+
+        run(&BulkOperationsWidget::deviceSelectorDetectTargetDeviceHighlightedDevices);
+        const QString noInfo = QStringLiteral("ERROR: Could not parse 'device info' output.");
+        QCOMPARE(column(page, DeviceStatusColumn), QStringList({noInfo, noInfo, noInfo, noInfo, ""}));
+        QCOMPARE(column(page, DeviceSerialNumberColumn), serials);
+        QCOMPARE(text(page, 4, DeviceTargetPartColumn), QStringLiteral("KX12B016A128"));
+
+        // A search that hangs is reported like any failed search; the other one still adds its rows.
+        useFleet("faults: [{command: list-usb, effect: hang}]\n"
+                 "adapters: [{serial: 803110042, usb: false, ip: 192.0.2.21}]\n");
+        child<QPushButton>(page, "deviceSelectorDiscoverButton")->click();
+        QVERIFY(page.deviceSelectorOperationRunning());
+        QTRY_VERIFY_WITH_TIMEOUT(!page.deviceSelectorOperationRunning(), 10000);
+        verifyIdle(page);
+        QVERIFY2(errorText(page).startsWith(
+                     QStringLiteral("ERROR: Device discovery process failed with exit code ")),
+                 qPrintable(errorText(page)));
+        QCOMPARE(column(page, DeviceSerialNumberColumn), serials + QStringList({"803110042"}));
+    }
+
+    // Job runs whose tool hangs (it ends itself at the passed limit), prints bytes that are not
+    // UTF-8, starts slowly or fails late.
+    void jobRunWithAMisbehavingTool()
+    {
+        useFleet(
+            "adapters:\n"
+            "  - {serial: 801002345, faults: [{command: batch, effect: hang, step: 2}]}\n"
+            "  - {serial: 801002346, faults: [{command: batch, effect: non_utf8}]}\n"
+            "  - {serial: 801017733, faults: [{command: batch, effect: slow_start, delay_ms: 300}]}\n"
+            "  - {serial: 801017734, faults: [{command: batch, effect: fail, step: 3, exit_code: 7}]}\n");
+        BulkOperationsWidget page;
+        addDevices(page, {"801002345", "801002346", "801017733", "801017734"});
+        addWaits(page, 3);
+        runToEnd(page);
+        const QString failed = QStringLiteral("ERROR: Job failed during action %1 ") + elapsed;
+        QVERIFY2(matches(failed.arg(2), status(page, 0)), qPrintable(status(page, 0)));
+        QCOMPARE(flashColor(page, 0), CORPORATE_RED);
+        QVERIFY2(matches(QStringLiteral("DONE ") + elapsed, status(page, 1)), qPrintable(status(page, 1)));
+        QVERIFY(toolTip(page, 1).contains(QStringLiteral("Running action 3")));
+        QCOMPARE(flashColor(page, 1), CORPORATE_GREEN);
+        QVERIFY2(matches(QStringLiteral("DONE ") + elapsed, status(page, 2)), qPrintable(status(page, 2)));
+        QVERIFY2(matches(failed.arg(3), status(page, 3)), qPrintable(status(page, 3)));
+        QCOMPARE(errorText(page), QString());
+    }
+
+    // A device that prints 100 MB during its job: the page keeps turning, the outcome is read right
+    // and only a bounded part of the output is kept for the tool tip.
+    void floodDuringAJob()
+    {
+        const int lines = qEnvironmentVariableIntValue("HARNWICK_FLOOD_LINES") > 0
+                              ? qEnvironmentVariableIntValue("HARNWICK_FLOOD_LINES")
+                              : 600000; // about 20 MB; HARNWICK_FLOOD_LINES=3000000 gives the 100 MB figures
+        useFleet(
+            QStringLiteral("adapters:\n"
+                           "  - serial: 801002345\n    faults: [{command: batch, effect: flood, step: 2, "
+                           "lines: %1}, {command: batch, effect: fail, step: 2, exit_code: 5}]\n"
+                           "  - serial: 801002346\n    faults: [{command: batch, effect: flood, step: 3, "
+                           "lines: 1000}]\n")
+                .arg(lines)
+                .toUtf8());
+        BulkOperationsWidget page;
+        addDevices(page, {"801002345", "801002346"});
+        addWaits(page, 3);
+
+        QFile clearRefs(QStringLiteral("/proc/self/clear_refs"));
+        const bool peakReset = clearRefs.open(QIODevice::WriteOnly) && clearRefs.write("5") == 1;
+        clearRefs.close();
+        const qint64 before = memoryKiB("VmRSS");
+        int ticks = 0;
+        QTimer ticker;
+        connect(&ticker, &QTimer::timeout, this, [&ticks] { ++ticks; });
+        int ticksAtFirstEnd = -1;
+        connect(page.processRunner(), &CorvaneProcessRunner::taskFinished, this,
+                [&](const CorvaneProcessResult& result) {
+                    if (result.id == QLatin1String("801002345"))
+                        ticksAtFirstEnd = ticks;
+                });
+        ticker.start(50);
+        runToEnd(page);
+        page.processRunner()->disconnect(this);
+        const qint64 peak = memoryKiB("VmHWM"), after = memoryKiB("VmRSS");
+        qInfo("flood of %d lines: resident %lld KiB before, peak %lld KiB%s, %lld KiB after", lines, before,
+              peak, peakReset ? "" : " (process-wide)", after);
+
+        // The event loop kept turning while the output poured in.
+        QVERIFY2(ticksAtFirstEnd > 0, qPrintable(QString::number(ticksAtFirstEnd)));
+        QVERIFY2(matches(QStringLiteral("ERROR: Job failed during action 2 ") + elapsed, status(page, 0)),
+                 qPrintable(status(page, 0)));
+        const QString tip = toolTip(page, 0);
+        QVERIFY2(tip.size() < 4 * 1024 * 1024, qPrintable(QString::number(tip.size())));
+        QVERIFY(tip.startsWith(QStringLiteral("Process output:\n\nJob bundle: ")));
+        QVERIFY(tip.contains(QStringLiteral("Running action 1: wait\n")));
+        QVERIFY(
+            tip.contains(QStringLiteral("Transfer detail %1 of %1\nERROR: Simulated failure.\n").arg(lines)));
+        QVERIFY(tip.endsWith(QStringLiteral("ERROR: Simulated failure.\n")));
+        QVERIFY2(matches(QStringLiteral("DONE ") + elapsed, status(page, 1)), qPrintable(status(page, 1)));
+        QVERIFY(toolTip(page, 1).contains(QStringLiteral("Transfer detail 1000 of 1000\n")));
+    }
+
+    // The tool goes away or loses its run bit after the path was checked. The device whose process
+    // cannot start never gets an outcome; those still waiting are aborted and the page comes back.
+    void executableGoneAfterValidation_data()
+    {
+        QTest::addColumn<QString>("breakage");
+        QTest::addColumn<int>("concurrency");
+        QTest::addColumn<QStringList>("statuses");
+        QTest::newRow("removed, one at a time") << "rm" << 1 << QStringList({"", "ABORTED", "ABORTED"});
+        QTest::newRow("run bit gone, three at once")
+            << "chmod" << 3 << QStringList({"", "ABORTED", "ABORTED"});
+        // The first job removes the tool: it finishes, the second never starts, the third waits.
+        QTest::newRow("removed by the first job") << "self" << 1 << QStringList({"DONE", "", "ABORTED"});
+    }
+
+    void executableGoneAfterValidation()
+    {
+        QFETCH(QString, breakage);
+        QFETCH(int, concurrency);
+        QFETCH(QStringList, statuses);
+        QTemporaryDir tools(dir.filePath(QStringLiteral("tools-XXXXXX")));
+        const QString self = breakage == QLatin1String("self")
+                                 ? QStringLiteral("case \"$2\" in *.hwj) rm -f \"$0\" ;; esac\n")
+                                 : QString();
+        const QString tool = TestEnvironment::writeScript(
+            tools.path(), QStringLiteral("corvane tool"),
+            self + QStringLiteral("exec '%1' \"$@\"\n").arg(TestEnvironment::simulatorPath()));
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, tool);
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, concurrency);
+        BulkOperationsWidget page;
+        QVERIFY(page.corvaneExecutableIsValid());
+        addDevices(page, {"801002345", "801002346", "801017733"});
+        addWaits(page, 1);
+        if (breakage == QLatin1String("rm"))
+            QVERIFY(QFile::remove(tool));
+        else if (breakage == QLatin1String("chmod"))
+            QVERIFY(QFile::setPermissions(tool, QFile::ReadOwner | QFile::WriteOwner));
+
+        runToEnd(page);
+        QCOMPARE(
+            errorText(page),
+            QStringLiteral("ERROR: The Corvane executable \"%1\" could not be started. Please check the path "
+                           "in the settings.")
+                .arg(tool));
+        for (int row = 0; row < 3; ++row) {
+            const QString actual = status(page, row);
+            QVERIFY2(statuses[row].isEmpty() ? actual.isEmpty() : actual.startsWith(statuses[row]),
+                     qPrintable(actual));
+        }
+        QCOMPARE(flashColor(page, 2), CORPORATE_YELLOW);
+
+        // A device operation that cannot start ends the same way instead of keeping the page busy.
+        page.deviceSelectorDiscoverDevices();
+        QTRY_VERIFY(!page.deviceSelectorOperationRunning());
+        verifyIdle(page);
+        QCOMPARE(model(page)->rowCount(), 3);
+        // The run's bundle folder went with the run.
+        const QStringList left =
+            QDir(dir.filePath(QStringLiteral("tmp"))).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+        QVERIFY2(left.isEmpty(), qPrintable(left.join(' ')));
+    }
+
+    // Without zip and unzip nothing is saved, loaded or run, and the job on screen stays.
+    void zipToolsMissing()
+    {
+        BulkOperationsWidget page;
+        fillJob(page);
+        const QString bundle = dir.filePath(QStringLiteral("kept.hwj"));
+        page.saveBatchJob(bundle);
+        QVERIFY(QFile::exists(bundle));
+        const QStringList job = jobOf(page);
+
+        const QByteArray path = qgetenv("PATH");
+        auto restorePath = qScopeGuard([&path] { qputenv("PATH", path); });
+        qputenv("PATH", QFile::encodeName(dir.filePath(QStringLiteral("tmp"))));
+        const QString missing =
+            QStringLiteral("ERROR: The required system utility (\"%1\") is not available on your system.");
+        const QString other = dir.filePath(QStringLiteral("other.hwj"));
+        page.saveBatchJob(other);
+        QCOMPARE(errorText(page), missing.arg("zip"));
+        QVERIFY(!QFile::exists(other));
+        page.clearErrorMessage();
+        page.loadBatchJob(bundle);
+        QCOMPARE(errorText(page), missing.arg("zip"));
+        page.clearErrorMessage();
+        QSignalSpy started(page.processRunner(), &CorvaneProcessRunner::processStarted);
+        ActionPage::runButton(page)->click();
+        QCOMPARE(errorText(page), missing.arg("zip"));
+        QTest::qWait(100);
+        QCOMPARE(started.count(), 0);
+        verifyIdle(page);
+        QCOMPARE(jobOf(page), job);
+    }
+
+    // Places that cannot be written, made so for every user: a regular file stands where a folder
+    // should be.
+    void unwritablePlaces()
+    {
+        QFile blocker(dir.filePath(QStringLiteral("plain-file")));
+        QVERIFY(blocker.open(QIODevice::WriteOnly) && blocker.write("x") == 1);
+        blocker.close();
+        const QString below = blocker.fileName() + QStringLiteral("/inside");
+
+        BulkOperationsWidget page;
+        fillJob(page);
+        const QStringList job = jobOf(page);
+        page.saveBatchJob(below + QStringLiteral("/job.hwj"));
+        QVERIFY2(errorText(page).startsWith(QStringLiteral("ERROR: Could not create job bundle file")),
+                 qPrintable(errorText(page)));
+
+        // Logging into a folder that cannot be made starts nothing and says why.
+        SettingsUtil::setSetting(Settings::loggingGroup, Settings::loggingEnabledKey, true);
+        SettingsUtil::setSetting(Settings::loggingGroup, Settings::logFileDirectoryKey, below);
+        QSignalSpy started(page.processRunner(), &CorvaneProcessRunner::processStarted);
+        ActionPage::runButton(page)->click();
+        QCOMPARE(
+            errorText(page),
+            QStringLiteral("ERROR: Cannot start job; the log file directory \"%1\" could not be created. "
+                           "Please choose another log file directory or switch logging off.")
+                .arg(below));
+        QTest::qWait(100);
+        QCOMPARE(started.count(), 0);
+        verifyIdle(page);
+        QCOMPARE(status(page, 0), QString());
+
+        // A path with spaces and letters beyond ASCII gives back the same job.
+        const QString odd = dir.filePath(QStringLiteral("Prüfplatz 3/job ä.hwj"));
+        QVERIFY(QDir().mkpath(QFileInfo(odd).path()));
+        page.clearErrorMessage();
+        page.saveBatchJob(odd);
+        BulkOperationsWidget loaded;
+        loaded.loadBatchJob(odd);
+        QCOMPARE(errorText(loaded), QString());
+        QCOMPARE(jobOf(loaded), job);
+
+        // A session folder that cannot be made: the window still closes, and the next one starts empty.
+        QDir(MainWindow::lastSessionDirectory()).removeRecursively();
+        QVERIFY(QDir().mkpath(QFileInfo(MainWindow::lastSessionDirectory().chopped(1)).absolutePath()));
+        QVERIFY(QFile::copy(blocker.fileName(), MainWindow::lastSessionDirectory().chopped(1)));
+        {
+            MainWindow window;
+            fillJob(*window.page());
+            window.show();
+            QVERIFY(window.close());
+            QVERIFY(errorText(*window.page())
+                        .startsWith(QStringLiteral("ERROR: Could not create job bundle file")));
+        }
+        QVERIFY(!QFile::exists(MainWindow::lastSessionPath()));
+        MainWindow next;
+        QCOMPARE(model(*next.page())->rowCount(), 0);
+        QVERIFY(QFile::remove(MainWindow::lastSessionDirectory().chopped(1)));
+    }
+
+    // Abort with two devices running and two waiting: the waiting ones are aborted, the running
+    // ones end with their own outcome.
+    void abortWithRunningAndQueuedDevices()
+    {
+        useFleet("adapters:\n"
+                 "  - {serial: 801002345}\n"
+                 "  - {serial: 801002346, faults: [{command: batch, effect: fail, step: 2}]}\n"
+                 "  - {serial: 801017733}\n  - {serial: 801017734}\n");
+        qputenv("CORVANE_SIM_SPEED", "1");
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 2);
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::processTimeoutSecondsKey, 60);
+        BulkOperationsWidget page;
+        addDevices(page, {"801002345", "801002346", "801017733", "801017734"});
+        addWaits(page, 2, QStringLiteral("300"));
+        QSignalSpy finished(page.processRunner(), &CorvaneProcessRunner::allTasksFinished);
+        QPushButton* button = ActionPage::runButton(page);
+        button->click();
+        QCOMPARE(page.processRunner()->runningTaskCount(), 2);
+        button->click();
+        QVERIFY(!button->isEnabled());
+        QCOMPARE(column(page, DeviceStatusColumn).mid(2), QStringList({"ABORTED", "ABORTED"}));
+        QCOMPARE(child<QProgressBar>(page, "progressBar")->value(), 2);
+        QTRY_COMPARE_WITH_TIMEOUT(finished.count(), 1, 10000);
+        qputenv("CORVANE_SIM_SPEED", "0");
+        verifyIdle(page);
+        QVERIFY2(matches(QStringLiteral("DONE ") + elapsed, status(page, 0)), qPrintable(status(page, 0)));
+        QVERIFY2(matches(QStringLiteral("ERROR: Job failed during action 2 ") + elapsed, status(page, 1)),
+                 qPrintable(status(page, 1)));
+        QCOMPARE(column(page, DeviceStatusColumn).mid(2), QStringList({"ABORTED", "ABORTED"}));
+        QCOMPARE(errorText(page), QString());
+    }
+};
+
+HARNWICK_TEST(TestHardening)
+#include "tst_hardening.moc"
