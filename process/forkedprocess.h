@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QProcess>
+
+// Every child process of the program is started through this class. Qt starts the
+// children of QProcess subclasses with a plain fork() instead of its clone()-based
+// fast path, which emulators such as qemu-user do not reproduce faithfully: there the
+// start can fail and the cleanup afterwards may signal unrelated processes.
+class ForkedProcess : public QProcess
+{
+public:
+    using QProcess::QProcess;
+};
