@@ -5,6 +5,7 @@
 #include "forkedprocess.h"
 #include "qprogressindicator.h"
 #include "settingsutil.h"
+#include "variableexplorerwidget.h"
 
 #include <QColor>
 #include <QCoreApplication>
@@ -106,7 +107,11 @@ BulkOperationsWidget::BulkOperationsWidget(QWidget* parent) : QWidget(parent)
         deviceSelectorOpnCompleterFetchSuggestions();
 }
 
-BulkOperationsWidget::~BulkOperationsWidget() = default;
+BulkOperationsWidget::~BulkOperationsWidget()
+{
+    // The explorer is a top-level window without a parent; it goes with its page.
+    delete variableExplorer;
+}
 
 bool BulkOperationsWidget::validateCorvaneExecutable(const QString& path)
 {

@@ -92,7 +92,8 @@ private:
         return ~crc;
     }
 
-    static void put(QByteArray& out, quint32 value, int bytes)
+    // Little-endian; up to eight bytes, so zero runs longer than four come out right.
+    static void put(QByteArray& out, quint64 value, int bytes)
     {
         for (int i = 0; i < bytes; ++i)
             out.append(char((value >> (8 * i)) & 0xFF));
