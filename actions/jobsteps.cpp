@@ -1,5 +1,7 @@
 #include "jobsteps.h"
 
+#include <algorithm>
+
 namespace JobSteps {
 
 const QStringList& flashFlagWords()
@@ -35,11 +37,18 @@ int durationFromText(const QString& text)
 
 QString joinCommandArguments(const QStringList& arguments)
 {
+    // The text is split again by QProcess::splitCommand: any white space (not only a blank) ends an
+    // argument outside double quotes, and three consecutive double quotes stand for one literal quote,
+    // inside or outside quotes. An empty argument is written as "" so that the text shows it.
     QStringList parts;
     parts.reserve(arguments.size());
-    for (const QString& argument : arguments)
-        parts.append(argument.contains(QLatin1Char(' ')) ? QLatin1Char('"') + argument + QLatin1Char('"')
-                                                         : argument);
+    for (const QString& argument : arguments) {
+        QString part = argument;
+        part.replace(QLatin1Char('"'), QStringLiteral("\"\"\""));
+        const bool needsQuotes = argument.isEmpty() || std::any_of(argument.cbegin(), argument.cend(),
+                                                                   [](QChar c) { return c.isSpace(); });
+        parts.append(needsQuotes ? QLatin1Char('"') + part + QLatin1Char('"') : part);
+    }
     return parts.join(QLatin1Char(' '));
 }
 

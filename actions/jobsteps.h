@@ -22,8 +22,10 @@ int parseStartAddress(const QString& text);
 // text give 0.
 int durationFromText(const QString& text);
 
-// Rebuilds a command line from its arguments: arguments holding a space are
-// put in double quotes so that splitting the line gives them back.
+// Rebuilds a command line from its arguments so that QProcess::splitCommand
+// gives them back: arguments holding white space are put in double quotes and
+// a literal double quote is written as three. An empty argument is written as
+// "", which the splitter drops.
 QString joinCommandArguments(const QStringList& arguments);
 
 } // namespace JobSteps

@@ -2,6 +2,7 @@
 #include "jobvariables.h"
 #include "testregistry.h"
 
+#include <QProcess>
 #include <QTest>
 
 using Step = QMap<QString, QVariant>;
@@ -53,6 +54,35 @@ private slots:
         QFETCH(QString, text);
         QFETCH(int, value);
         QCOMPARE(JobSteps::parseStartAddress(text), value);
+    }
+
+    // The custom command page splits its text with QProcess::splitCommand; a loaded job shows the stored
+    // arguments joined, and splitting that text must give them back.
+    void commandArguments_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("plain and spaced") << QStringList{"device", "--device", "KM32G101F512 rev B"}
+                                          << "device --device \"KM32G101F512 rev B\"";
+        QTest::newRow("newline alone") << QStringList{"\n"} << "\"\n\"";
+        QTest::newRow("tab inside") << QStringList{"x", "y\tz"} << "x \"y\tz\"";
+        QTest::newRow("no-break space")
+            << QStringList{QString::fromUtf8("bench\u00a0left")} << QString::fromUtf8("\"bench\u00a0left\"");
+        QTest::newRow("quote in a word") << QStringList{"a\"b"} << "a\"\"\"b";
+        QTest::newRow("quotes in a spaced argument")
+            << QStringList{"say \"hi there\""} << "\"say \"\"\"hi there\"\"\"\"";
+        QTest::newRow("lone quote") << QStringList{"\""} << "\"\"\"";
+        QTest::newRow("empty argument shown") << QStringList{"a", "", "b"} << "a \"\" b";
+    }
+
+    void commandArguments()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, text);
+        QCOMPARE(JobSteps::joinCommandArguments(arguments), text);
+        // The splitter never yields an empty argument: that one alone does not come back.
+        arguments.removeAll(QString());
+        QCOMPARE(QProcess::splitCommand(text), arguments);
     }
 
     void formats()
