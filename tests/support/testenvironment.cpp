@@ -13,7 +13,10 @@ QString homePath()
 
 QString simulatorPath()
 {
-    return QStringLiteral(HARNWICK_SIMULATOR_PATH);
+    // Under an emulator the simulator, a program for the target, cannot be
+    // started directly; the cross test run names a wrapper that starts it.
+    const QString override = qEnvironmentVariable("HARNWICK_TEST_SIMULATOR");
+    return override.isEmpty() ? QStringLiteral(HARNWICK_SIMULATOR_PATH) : override;
 }
 
 QString writeScript(const QString& directory, const QString& name, const QString& body)

@@ -13,7 +13,9 @@ QString homePath();
 // Writes an executable shell script and returns its path.
 QString writeScript(const QString& directory, const QString& name, const QString& body);
 
-// The device simulator built with the project, which stands in for the device tool.
+// The device simulator built with the project, which stands in for the device tool;
+// HARNWICK_TEST_SIMULATOR names another program to use instead (a wrapper that
+// starts it through an emulator).
 QString simulatorPath();
 
 // Removes every setting of the program, so a test starts from first-run state.
