@@ -3,6 +3,7 @@
 #include "corporatecolors.h"
 #include "corvaneprocessrunner.h"
 #include "flashingrowstyledelegate.h"
+#include "forkedprocess.h"
 #include "hexspinbox.h"
 #include "settingsutil.h"
 #include "testenvironment.h"
@@ -49,7 +50,6 @@ struct Device
 };
 
 } // namespace
-
 
 // Job runs end to end: the page, the runner and the device simulator with its invocation record.
 class TestJobRun : public QObject, private DevicePage
@@ -139,8 +139,11 @@ class TestJobRun : public QObject, private DevicePage
     static QString bundleContents(const QString& bundle)
     {
         QTemporaryDir into;
-        if (QProcess::execute(QStringLiteral("unzip"),
-                              {QStringLiteral("-q"), bundle, QStringLiteral("-d"), into.path()}) != 0)
+        ForkedProcess unzip;
+        unzip.start(QStringLiteral("unzip"),
+                    {QStringLiteral("-q"), bundle, QStringLiteral("-d"), into.path()});
+        if (!unzip.waitForFinished(30000) || unzip.exitStatus() != QProcess::NormalExit ||
+            unzip.exitCode() != 0)
             return QString();
         QString contents;
         for (const char* name : {"job-common.yaml", "devices.yaml"}) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "forkedprocess.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -53,7 +55,7 @@ inline QStringList archiveMembers(const QString& archivePath)
 {
     QTemporaryDir folder;
     const QString copy = folder.filePath("listed.zip");
-    QProcess process;
+    ForkedProcess process;
     if (QFile::copy(archivePath, copy))
         process.start("/usr/bin/unzip", {"-Z1", copy});
     if (!process.waitForFinished(10000) || process.exitCode() != 0)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "forkedprocess.h"
 #include "testenvironment.h"
 
 #include <QByteArray>
@@ -58,7 +59,7 @@ public:
     // Starts the simulator, waits up to timeoutMs for it and kills it when it has not finished.
     Outcome run(const QStringList& arguments, int timeoutMs = 30000) const
     {
-        QProcess process;
+        ForkedProcess process;
         process.setProcessEnvironment(environment());
         process.setWorkingDirectory(m_directory);
         QElapsedTimer timer;

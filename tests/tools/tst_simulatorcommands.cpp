@@ -170,9 +170,9 @@ void TestSimulatorCommands::everyInvocationIsRecorded()
     simulator.runLine("gui --ip 192.0.2.21");
     simulator.run({"frobnicate", "a b"});
     // Processes running side by side each leave one whole line.
-    std::vector<std::unique_ptr<QProcess>> processes;
+    std::vector<std::unique_ptr<ForkedProcess>> processes;
     for (int i = 0; i < 8; ++i) {
-        processes.push_back(std::make_unique<QProcess>());
+        processes.push_back(std::make_unique<ForkedProcess>());
         processes.back()->setProcessEnvironment(simulator.environment());
         processes.back()->start(TestEnvironment::simulatorPath(),
                                 {"adapter", "probe", "--json", "--serialno", QString::number(801002345 + i)});
