@@ -1,18 +1,15 @@
 #include "bulkoperationswidget.h"
 #include "corvaneprocessrunner.h"
-#include "qprogressindicator.h"
 #include "settingsutil.h"
 #include "testenvironment.h"
 #include "testregistry.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QGridLayout>
 #include <QGroupBox>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QSplitter>
 #include <QStackedWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -93,75 +90,29 @@ private slots:
         QCOMPARE(errorLabel(page)->text(), QStringLiteral("ERROR: Something else."));
         page.clearErrorMessage();
         QVERIFY(errorLabel(page)->isHidden());
-    }
 
-    void validExecutableAtStartShowsNoError()
-    {
+        // A valid executable at start shows no error.
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, validExecutable());
-        BulkOperationsWidget page;
-        QVERIFY(page.corvaneExecutableIsValid());
-        QVERIFY(errorLabel(page)->isHidden());
+        BulkOperationsWidget valid;
+        QVERIFY(valid.corvaneExecutableIsValid());
+        QVERIFY(errorLabel(valid)->isHidden());
     }
 
-    void frameLayout()
+    void frameTexts()
     {
         BulkOperationsWidget page;
         QCOMPARE(page.windowTitle(), QStringLiteral("Perform Bulk Operations"));
-        auto* grid = qobject_cast<QGridLayout*>(page.layout());
-        QVERIFY(grid);
-
-        auto position = [grid](QWidget* widget) {
-            int row = -1, column = -1, rowSpan = 0, columnSpan = 0;
-            grid->getItemPosition(grid->indexOf(widget), &row, &column, &rowSpan, &columnSpan);
-            return QList<int>{row, column, rowSpan, columnSpan};
-        };
-        QSplitter* vertical = nullptr;
-        for (QSplitter* splitter : page.findChildren<QSplitter*>())
-            if (splitter->orientation() == Qt::Vertical)
-                vertical = splitter;
-        QVERIFY(vertical);
-        QVERIFY(!vertical->childrenCollapsible());
-        QCOMPARE(position(vertical), QList<int>({0, 0, 1, 4}));
-        QCOMPARE(qobject_cast<QGroupBox*>(vertical->widget(0))->title(), QStringLiteral("Devices"));
-        auto* horizontal = qobject_cast<QSplitter*>(vertical->widget(1));
-        QVERIFY(horizontal && horizontal->orientation() == Qt::Horizontal &&
-                !horizontal->childrenCollapsible());
-        QCOMPARE(qobject_cast<QGroupBox*>(horizontal->widget(0))->title(), QStringLiteral("Actions"));
-        QCOMPARE(horizontal->widget(1), page.findChild<QStackedWidget*>(QStringLiteral("actionEditorStack")));
-
-        QGroupBox* debugBox = nullptr;
+        QStringList titles;
         for (QGroupBox* box : page.findChildren<QGroupBox*>())
-            if (box->title() == QStringLiteral("Add Debug Connection Options"))
-                debugBox = box;
-        QVERIFY(debugBox);
-        QCOMPARE(position(debugBox), QList<int>({1, 0, 1, 4}));
-        QCOMPARE(position(errorLabel(page)), QList<int>({2, 0, 1, 4}));
-
-        auto* version = page.findChild<QLabel*>(QStringLiteral("versionLabel"));
-        QCOMPARE(version->text(), QStringLiteral("0v1p1b1957"));
-        QCOMPARE(position(version), QList<int>({3, 0, 1, 1}));
-        QCOMPARE(grid->itemAt(grid->indexOf(version))->alignment(), Qt::AlignLeft);
-
-        auto* progress = page.findChild<QProgressBar*>(QStringLiteral("progressBar"));
-        QCOMPARE(position(progress), QList<int>({3, 1, 1, 1}));
-        QVERIFY(progress->isHidden());
-        QVERIFY(!progress->isTextVisible());
-        QCOMPARE(grid->columnStretch(1), 1);
-
-        auto* busy = page.findChild<QProgressIndicator*>(QStringLiteral("busyIndicator"));
-        QCOMPARE(position(busy), QList<int>({3, 2, 1, 1}));
-        QCOMPARE(grid->itemAt(grid->indexOf(busy))->alignment(), Qt::AlignRight);
-        QCOMPARE(busy->color(), QColor(217, 30, 42));
-        QCOMPARE(busy->focusPolicy(), Qt::NoFocus);
-
+            titles << box->title();
+        for (const char* title : {"Devices", "Actions", "Add Debug Connection Options"})
+            QVERIFY2(titles.contains(QLatin1String(title)), title);
+        QCOMPARE(page.findChild<QLabel*>(QStringLiteral("versionLabel"))->text(),
+                 QStringLiteral("0v1p1b1957"));
+        QVERIFY(page.findChild<QProgressBar*>(QStringLiteral("progressBar"))->isHidden());
         auto* run = page.findChild<QPushButton*>(QStringLiteral("runButton"));
-        QCOMPARE(position(run), QList<int>({3, 3, 1, 1}));
         QCOMPARE(run->text(), QStringLiteral("Run"));
-        QCOMPARE(run->toolTip(), QStringLiteral("Run batch job on selected devices"));
-        QVERIFY(!run->isEnabled());
-        QVERIFY(run->isDefault());
-        QCOMPARE(run->minimumWidth(), 100);
-        QCOMPARE(run->maximumWidth(), 200);
+        QVERIFY(!run->isEnabled() && run->isDefault());
     }
 
     void enablingTheInputs()

@@ -24,14 +24,6 @@ class TestMainWindow : public QObject
 
     QTemporaryDir dir;
 
-    static QList<QAction*> entries(QMenu* menu)
-    {
-        QList<QAction*> result;
-        for (QAction* action : menu->actions())
-            result << action;
-        return result;
-    }
-
     static QMenu* menu(MainWindow& window, const QString& title)
     {
         for (QAction* action : window.menuBar()->actions())
@@ -76,7 +68,7 @@ private slots:
 
         auto texts = [](QMenu* m) {
             QStringList list;
-            for (QAction* a : entries(m))
+            for (QAction* a : m->actions())
                 list << (a->isSeparator() ? QStringLiteral("|") : a->text());
             return list;
         };
@@ -101,7 +93,6 @@ private slots:
         {
             MainWindow window;
             QAction* enable = entry(menu(window, "&Logging"), "&Enable Logging");
-            QVERIFY(enable->isCheckable());
             QVERIFY(enable->isChecked()); // first start: logging on
             enable->toggle();
             QCOMPARE(Settings::loggingEnabled(), false);
@@ -123,7 +114,6 @@ private slots:
             QCOMPARE(dialog->intValue(), QThread::idealThreadCount());
             QCOMPARE(dialog->intMinimum(), 1);
             QCOMPARE(dialog->intMaximum(), 100);
-            QCOMPARE(dialog->intStep(), 1);
             dialog->setIntValue(500); // refused: clamps to the maximum
             dialog->accept();
         });
