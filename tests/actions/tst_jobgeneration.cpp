@@ -27,129 +27,129 @@ class TestJobGeneration : public QObject
     Q_OBJECT
 
 private slots:
-    void variablesOfEnabledStepsOnly();
-    void restoringSteps();
-    void debugConnectionOptions();
-};
 
-void TestJobGeneration::variablesOfEnabledStepsOnly()
-{
-    BulkOperationsWidget page;
-    const auto addCommand = [&page](const char* text, bool enabled) {
-        setText(addTyped(page, BulkAction::RunCustomCommand, enabled), BulkAction::RunCustomCommand,
-                "customCommandLineEdit", QString::fromLatin1(text));
-    };
-    addCommand("--device {{target_part}} {{ip_address}}", false);
-    addCommand("--device {{target_part}}", true);
-    addCommand("device info --device {{target_part}} --label \"{{nickname}}-{{ip_address}}\"", true);
-    setText(addTyped(page, BulkAction::FlashTargetDevice), BulkAction::FlashTargetDevice, "appFileLineEdit",
-            QStringLiteral("/images/{{serial_number}}.bin"));
-    // A type never chosen contributes nothing, even with filled-in settings.
-    setText(editBox(page, page.actionSelectorAddAction()), BulkAction::RunCustomCommand,
-            "customCommandLineEdit", QStringLiteral("{{ip_address}}"));
+    void variablesOfEnabledStepsOnly()
+    {
+        BulkOperationsWidget page;
+        const auto addCommand = [&page](const char* text, bool enabled) {
+            setText(addTyped(page, BulkAction::RunCustomCommand, enabled), BulkAction::RunCustomCommand,
+                    "customCommandLineEdit", QString::fromLatin1(text));
+        };
+        addCommand("--device {{target_part}} {{ip_address}}", false);
+        addCommand("--device {{target_part}}", true);
+        addCommand("device info --device {{target_part}} --label \"{{nickname}}-{{ip_address}}\"", true);
+        setText(addTyped(page, BulkAction::FlashTargetDevice), BulkAction::FlashTargetDevice,
+                "appFileLineEdit", QStringLiteral("/images/{{serial_number}}.bin"));
+        // A type never chosen contributes nothing, even with filled-in settings.
+        setText(editBox(page, page.actionSelectorAddAction()), BulkAction::RunCustomCommand,
+                "customCommandLineEdit", QStringLiteral("{{ip_address}}"));
 
-    QStringList variables;
-    QCOMPARE(page.getTasksFromActionsList(variables).size(), 4);
-    // One argument holding two placeholders names only its first.
-    QCOMPARE(variables, (QStringList{QStringLiteral("target_part"), QStringLiteral("nickname"),
-                                     QStringLiteral("serial_number")}));
-    // Disabling the flash action drops its variable.
-    select(page, {3});
-    page.actionSelectorDisableHighlightedActions();
-    variables.clear();
-    page.getTasksFromActionsList(variables);
-    QCOMPARE(variables, (QStringList{QStringLiteral("target_part"), QStringLiteral("nickname")}));
-}
-
-void TestJobGeneration::restoringSteps()
-{
-    BulkOperationsWidget page;
-    const int before = page.actionSelectorAddAction();
-    // As the job file hands them back: text values, lists for arguments and flags. The
-    // round trip through a bundle covers the rest of every type's settings.
-    const QList<Step> steps{
-        {{"task", "WAIT"}, {"enabled", "true"}, {"duration_ms", "250"}},
-        {{"task", "reboot"}, {"enabled", "true"}},
-        {{"task", "run_custom_command"}, {"enabled", "false"}},
-        {{"task", "install_adapter_firmware"}},
-        {{"task", "set_adapter_debug_mode"}, {"mode", "mini"}},
-        {{"task", "set_adapter_debug_mode"}, {"mode", "turbo"}},
-        {{"task", "flash_target_device"},
-         {"image_file", "fw.hex"},
-         {"start_address", "4096"},
-         {"flags", QStringList{"force", "Halt_after_flash"}}},
-        {{"task", "lock_unlock_target_device"}, {"operation", "lock"}},
-        {{"task", "lock_unlock_target_device"}, {"lock", "true"}},
-    };
-    page.actionSelectorRemoveAllActions();
-    QCOMPARE(model(page)->rowCount(), 0);
-    QCOMPARE(stack(page)->currentIndex(), 0);
-    page.actionSelectorRestoreActionsFromSteps(steps);
-
-    QList<int> types;
-    for (int id : ids(page))
-        types.append(pageStack(editBox(page, id))->currentWidget()->property("actionType").toInt());
-    QCOMPARE(types, (QList<int>{9, 1, 2, 3, 3, 5, 7, 7}));
-    QCOMPARE(rowTexts(page, 1).first(), QStringLiteral("Wait"));
-    QVERIFY2(inconsistency(page).isEmpty(), qPrintable(inconsistency(page)));
-    QVERIFY(ids(page).first() > before); // ids carry on from before the load
-    QCOMPARE(model(page)->item(0, 0)->checkState(), Qt::Checked);
-    QCOMPARE(model(page)->item(1, 0)->checkState(), Qt::Unchecked);
-    QVERIFY(runButton(page)->isEnabled());
-    QCOMPARE(stack(page)->currentWidget()->property("actionId").toInt(), ids(page).last());
-
-    const auto box = [&page](int row) {
-        return editBox(page, ids(page).at(row));
-    };
-    const auto isChecked = [&box](int row, BulkAction type, const char* name) {
-        return field<QAbstractButton>(box(row), type, name)->isChecked();
-    };
-    QCOMPARE(field<QLineEdit>(box(0), BulkAction::Wait, "durationLineEdit")->text(), QStringLiteral("250"));
-    // Missing keys: not appended, installing from file without the newer-only check.
-    QVERIFY(!isChecked(1, BulkAction::RunCustomCommand, "appendConnectionOptionCheckBox"));
-    QVERIFY(isChecked(2, BulkAction::InstallAdapterFirmware, "installFromFileRadioButton"));
-    QVERIFY(!isChecked(2, BulkAction::InstallAdapterFirmware, "installIfNewerCheckBox"));
-    QCOMPARE(field<QComboBox>(box(3), BulkAction::SetAdapterDebugMode, "debugModeComboBox")->currentText(),
-             QStringLiteral("MINI"));
-    QCOMPARE(field<QComboBox>(box(4), BulkAction::SetAdapterDebugMode, "debugModeComboBox")->currentText(),
-             QStringLiteral("MCU"));
-
-    auto* address = field<HexSpinBox>(box(5), BulkAction::FlashTargetDevice, "startAddressSpinBox");
-    QCOMPARE(address->value(), 4096);
-    QVERIFY(!address->isEnabled());
-    QString flags; // flag words match case-sensitively
-    for (const char* name :
-         {"forceCheckBox", "resetAfterFlashCheckBox", "verifyAfterFlashCheckBox", "haltAfterFlashCheckBox"})
-        flags.append(isChecked(5, BulkAction::FlashTargetDevice, name) ? 'x' : '-');
-    QCOMPARE(flags, QStringLiteral("x---"));
-
-    // A step saved as "operation: lock" comes back as unlock; only "lock" is read.
-    QVERIFY(isChecked(6, BulkAction::LockUnlockTargetDevice, "unlockDebugRadioButton"));
-    QVERIFY(isChecked(7, BulkAction::LockUnlockTargetDevice, "lockDebugRadioButton"));
-}
-
-void TestJobGeneration::debugConnectionOptions()
-{
-    BulkOperationsWidget page;
-    auto* interface = page.findChild<QComboBox*>(QStringLiteral("debugInterfaceComboBox"));
-    auto* speed = page.findChild<QComboBox*>(QStringLiteral("debugSpeedComboBox"));
-    auto* box = qobject_cast<QGroupBox*>(interface->parentWidget());
-    QVERIFY(box && box->isCheckable() && !box->isChecked());
-    QCOMPARE(interface->currentText(), QStringLiteral("SWD"));
-    QCOMPARE(speed->currentData().toInt(), 10000);
-    // The bundle stores the speed as a number; every item must carry one.
-    for (int i = 0; i < speed->count(); ++i) {
-        QCOMPARE(speed->itemData(i).userType(), int(QMetaType::Int));
-        QCOMPARE(speed->itemText(i), QStringLiteral("%1 kHz").arg(speed->itemData(i).toInt()));
+        QStringList variables;
+        QCOMPARE(page.getTasksFromActionsList(variables).size(), 4);
+        // One argument holding two placeholders names only its first.
+        QCOMPARE(variables, (QStringList{QStringLiteral("target_part"), QStringLiteral("nickname"),
+                                         QStringLiteral("serial_number")}));
+        // Disabling the flash action drops its variable.
+        select(page, {3});
+        page.actionSelectorDisableHighlightedActions();
+        variables.clear();
+        page.getTasksFromActionsList(variables);
+        QCOMPARE(variables, (QStringList{QStringLiteral("target_part"), QStringLiteral("nickname")}));
     }
 
-    // Unknown values keep the current choice; the interface is matched exactly. The
-    // bundle round trip restores known ones.
-    page.debugConnectionOptionsRestore(true, QStringLiteral("jtag"), 4001);
-    QVERIFY(box->isChecked());
-    QCOMPARE(interface->currentText(), QStringLiteral("SWD"));
-    QCOMPARE(speed->currentData().toInt(), 10000);
-}
+    void restoringSteps()
+    {
+        BulkOperationsWidget page;
+        const int before = page.actionSelectorAddAction();
+        // As the job file hands them back: text values, lists for arguments and flags. The
+        // round trip through a bundle covers the rest of every type's settings.
+        const QList<Step> steps{
+            {{"task", "WAIT"}, {"enabled", "true"}, {"duration_ms", "250"}},
+            {{"task", "reboot"}, {"enabled", "true"}},
+            {{"task", "run_custom_command"}, {"enabled", "false"}},
+            {{"task", "install_adapter_firmware"}},
+            {{"task", "set_adapter_debug_mode"}, {"mode", "mini"}},
+            {{"task", "set_adapter_debug_mode"}, {"mode", "turbo"}},
+            {{"task", "flash_target_device"},
+             {"image_file", "fw.hex"},
+             {"start_address", "4096"},
+             {"flags", QStringList{"force", "Halt_after_flash"}}},
+            {{"task", "lock_unlock_target_device"}, {"operation", "lock"}},
+            {{"task", "lock_unlock_target_device"}, {"lock", "true"}},
+        };
+        page.actionSelectorRemoveAllActions();
+        QCOMPARE(model(page)->rowCount(), 0);
+        QCOMPARE(stack(page)->currentIndex(), 0);
+        page.actionSelectorRestoreActionsFromSteps(steps);
+
+        QList<int> types;
+        for (int id : ids(page))
+            types.append(pageStack(editBox(page, id))->currentWidget()->property("actionType").toInt());
+        QCOMPARE(types, (QList<int>{9, 1, 2, 3, 3, 5, 7, 7}));
+        QCOMPARE(rowTexts(page, 1).first(), QStringLiteral("Wait"));
+        QVERIFY2(inconsistency(page).isEmpty(), qPrintable(inconsistency(page)));
+        QVERIFY(ids(page).first() > before); // ids carry on from before the load
+        QCOMPARE(model(page)->item(0, 0)->checkState(), Qt::Checked);
+        QCOMPARE(model(page)->item(1, 0)->checkState(), Qt::Unchecked);
+        QVERIFY(runButton(page)->isEnabled());
+        QCOMPARE(stack(page)->currentWidget()->property("actionId").toInt(), ids(page).last());
+
+        const auto box = [&page](int row) {
+            return editBox(page, ids(page).at(row));
+        };
+        const auto isChecked = [&box](int row, BulkAction type, const char* name) {
+            return field<QAbstractButton>(box(row), type, name)->isChecked();
+        };
+        QCOMPARE(field<QLineEdit>(box(0), BulkAction::Wait, "durationLineEdit")->text(),
+                 QStringLiteral("250"));
+        // Missing keys: not appended, installing from file without the newer-only check.
+        QVERIFY(!isChecked(1, BulkAction::RunCustomCommand, "appendConnectionOptionCheckBox"));
+        QVERIFY(isChecked(2, BulkAction::InstallAdapterFirmware, "installFromFileRadioButton"));
+        QVERIFY(!isChecked(2, BulkAction::InstallAdapterFirmware, "installIfNewerCheckBox"));
+        QCOMPARE(
+            field<QComboBox>(box(3), BulkAction::SetAdapterDebugMode, "debugModeComboBox")->currentText(),
+            QStringLiteral("MINI"));
+        QCOMPARE(
+            field<QComboBox>(box(4), BulkAction::SetAdapterDebugMode, "debugModeComboBox")->currentText(),
+            QStringLiteral("MCU"));
+
+        auto* address = field<HexSpinBox>(box(5), BulkAction::FlashTargetDevice, "startAddressSpinBox");
+        QCOMPARE(address->value(), 4096);
+        QVERIFY(!address->isEnabled());
+        QString flags; // flag words match case-sensitively
+        for (const char* name : {"forceCheckBox", "resetAfterFlashCheckBox", "verifyAfterFlashCheckBox",
+                                 "haltAfterFlashCheckBox"})
+            flags.append(isChecked(5, BulkAction::FlashTargetDevice, name) ? 'x' : '-');
+        QCOMPARE(flags, QStringLiteral("x---"));
+
+        // A step saved as "operation: lock" comes back as unlock; only "lock" is read.
+        QVERIFY(isChecked(6, BulkAction::LockUnlockTargetDevice, "unlockDebugRadioButton"));
+        QVERIFY(isChecked(7, BulkAction::LockUnlockTargetDevice, "lockDebugRadioButton"));
+    }
+
+    void debugConnectionOptions()
+    {
+        BulkOperationsWidget page;
+        auto* interface = page.findChild<QComboBox*>(QStringLiteral("debugInterfaceComboBox"));
+        auto* speed = page.findChild<QComboBox*>(QStringLiteral("debugSpeedComboBox"));
+        auto* box = qobject_cast<QGroupBox*>(interface->parentWidget());
+        QVERIFY(box && box->isCheckable() && !box->isChecked());
+        QCOMPARE(interface->currentText(), QStringLiteral("SWD"));
+        QCOMPARE(speed->currentData().toInt(), 10000);
+        // The bundle stores the speed as a number; every item must carry one.
+        for (int i = 0; i < speed->count(); ++i) {
+            QCOMPARE(speed->itemData(i).userType(), int(QMetaType::Int));
+            QCOMPARE(speed->itemText(i), QStringLiteral("%1 kHz").arg(speed->itemData(i).toInt()));
+        }
+
+        // Unknown values keep the current choice; the interface is matched exactly. The
+        // bundle round trip restores known ones.
+        page.debugConnectionOptionsRestore(true, QStringLiteral("jtag"), 4001);
+        QVERIFY(box->isChecked());
+        QCOMPARE(interface->currentText(), QStringLiteral("SWD"));
+        QCOMPARE(speed->currentData().toInt(), 10000);
+    }
+};
 
 HARNWICK_TEST(TestJobGeneration)
 #include "tst_jobgeneration.moc"

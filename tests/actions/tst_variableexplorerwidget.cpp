@@ -4,7 +4,6 @@
 
 #include <QApplication>
 #include <QClipboard>
-#include <QHeaderView>
 #include <QMenu>
 #include <QStandardItemModel>
 #include <QTableView>
@@ -24,8 +23,6 @@ private slots:
     void rowsValuesAndCopy()
     {
         VariableExplorerWidget explorer;
-        QVERIFY(explorer.windowFlags() & Qt::Window);
-        QVERIFY(!explorer.isModal());
         explorer.addBuiltInVariables(JobExecution::builtInVariableDescriptions());
         QCOMPARE(explorer.tableView()->model()->rowCount(), 6);
         QCOMPARE(cell(explorer, 0, 0), QStringLiteral("{{debug_interface}}"));
@@ -56,7 +53,6 @@ private slots:
         VariableExplorerWidget explorer;
         QTableView* table = explorer.tableView();
         const int empty = table->minimumHeight();
-        QCOMPARE(empty, table->horizontalHeader()->height() + 2 * table->frameWidth());
         QMap<QString, QString> many;
         for (int i = 0; i < 25; ++i)
             many.insert(QStringLiteral("v%1").arg(i, 2, 10, QLatin1Char('0')), QStringLiteral("d"));
