@@ -138,11 +138,7 @@ private slots:
             QPalette palette = page.palette();
             palette.setColor(QPalette::Window, window);
             page.setPalette(palette);
-            const auto image = [](const QIcon& icon) {
-                return icon.pixmap(16, 16).toImage();
-            };
-            const QIcon icon = entry(menuFor(page, {0}), text)->icon();
-            return !icon.isNull() && image(icon) == image(QIcon(QString::fromLatin1(path)));
+            return sameIcon(entry(menuFor(page, {0}), text)->icon(), QString::fromLatin1(path));
         };
         const QColor light(239, 239, 239), dark(40, 40, 40);
         QVERIFY(iconIs(light, "Open Output Log", ":/graphics/logs-light.png"));
