@@ -529,6 +529,21 @@ automatisch anhand des gewählten Adapters anhängen.</translation>
         <source>%1 m %2 s</source>
         <translation>%1 min %2 s</translation>
     </message>
+    <message>
+        <source>Cannot start job; the log file directory &quot;%1&quot; could not be created. Please choose another log file directory or switch logging off.</source>
+        <translation>Auftrag kann nicht gestartet werden; der Protokollordner &quot;%1&quot; konnte nicht angelegt werden. Bitte wählen Sie einen anderen Protokollordner oder schalten Sie die Protokollierung aus.</translation>
+    </message>
+    <message>
+        <source>The Corvane executable &quot;%1&quot; could not be started. Please check the path in the settings.</source>
+        <translation>Das Corvane-Programm &quot;%1&quot; konnte nicht gestartet werden. Bitte prüfen Sie den Pfad in den Einstellungen.</translation>
+    </message>
+</context>
+<context>
+    <name>CorvaneProcessRunner</name>
+    <message>
+        <source>[%1 bytes of output left out]</source>
+        <translation>[%1 Bytes der Ausgabe ausgelassen]</translation>
+    </message>
 </context>
 <context>
     <name>CorvaneReplies</name>
