@@ -449,38 +449,6 @@ private slots:
         QCOMPARE(model(*next.page())->rowCount(), 0);
         QVERIFY(QFile::remove(MainWindow::lastSessionDirectory().chopped(1)));
     }
-
-    // Abort with two devices running and two waiting: the waiting ones are aborted, the running
-    // ones end with their own outcome.
-    void abortWithRunningAndQueuedDevices()
-    {
-        useFleet("adapters:\n"
-                 "  - {serial: 801002345}\n"
-                 "  - {serial: 801002346, faults: [{command: batch, effect: fail, step: 2}]}\n"
-                 "  - {serial: 801017733}\n  - {serial: 801017734}\n");
-        qputenv("CORVANE_SIM_SPEED", "1");
-        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 2);
-        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::processTimeoutSecondsKey, 60);
-        BulkOperationsWidget page;
-        addDevices(page, {"801002345", "801002346", "801017733", "801017734"});
-        addWaits(page, 2, QStringLiteral("300"));
-        QSignalSpy finished(page.processRunner(), &CorvaneProcessRunner::allTasksFinished);
-        QPushButton* button = ActionPage::runButton(page);
-        button->click();
-        QCOMPARE(page.processRunner()->runningTaskCount(), 2);
-        button->click();
-        QVERIFY(!button->isEnabled());
-        QCOMPARE(column(page, DeviceStatusColumn).mid(2), QStringList({"ABORTED", "ABORTED"}));
-        QCOMPARE(child<QProgressBar>(page, "progressBar")->value(), 2);
-        QTRY_COMPARE_WITH_TIMEOUT(finished.count(), 1, 10000);
-        qputenv("CORVANE_SIM_SPEED", "0");
-        verifyIdle(page);
-        QVERIFY2(matches(QStringLiteral("DONE ") + elapsed, status(page, 0)), qPrintable(status(page, 0)));
-        QVERIFY2(matches(QStringLiteral("ERROR: Job failed during action 2 ") + elapsed, status(page, 1)),
-                 qPrintable(status(page, 1)));
-        QCOMPARE(column(page, DeviceStatusColumn).mid(2), QStringList({"ABORTED", "ABORTED"}));
-        QCOMPARE(errorText(page), QString());
-    }
 };
 
 HARNWICK_TEST(TestHardening)
