@@ -113,28 +113,6 @@ class TestJobRun : public QObject, private DevicePage
         QCOMPARE(ActionPage::runButton(page)->text(), QStringLiteral("Run"));
     }
 
-    static QString status(const BulkOperationsWidget& page, int row)
-    {
-        return text(page, row, DeviceStatusColumn);
-    }
-    static QString toolTip(const BulkOperationsWidget& page, int row)
-    {
-        return model(page)->index(row, DeviceStatusColumn).data(Qt::ToolTipRole).toString();
-    }
-    static QColor flashColor(const BulkOperationsWidget& page, int row)
-    {
-        return model(page)->index(row, 0).data(FlashingRowStyleDelegate::FlashColorRole).value<QColor>();
-    }
-    static bool matches(const QString& pattern, const QString& text)
-    {
-        return QRegularExpression(QLatin1Char('^') + pattern + QLatin1Char('$')).match(text).hasMatch();
-    }
-    static QString errorText(const BulkOperationsWidget& page)
-    {
-        auto* label = page.findChild<QLabel*>(QStringLiteral("errorLabel"));
-        return label->isHidden() ? QString() : label->text();
-    }
-
     // Both YAML files of a bundle, as written.
     static QString bundleContents(const QString& bundle)
     {

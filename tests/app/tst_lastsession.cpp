@@ -21,23 +21,6 @@ class TestLastSession : public QObject, private DevicePage
     Q_OBJECT
 
     // Device rows as seen, the debug connection options and every action's step with its settings.
-    static QStringList jobOf(BulkOperationsWidget& page)
-    {
-        QStringList parts;
-        for (int row = 0; row < model(page)->rowCount(); ++row) {
-            QStringList cells{QString::number(isChecked(page, row)), connection(page, row)};
-            for (int column = DeviceSerialNumberColumn; column <= DeviceNicknameColumn; ++column)
-                cells << text(page, row, column);
-            parts << cells.join(QLatin1Char('|'));
-        }
-        for (const char* name : {"debugInterfaceComboBox", "debugSpeedComboBox"})
-            parts << page.findChild<QComboBox*>(QLatin1String(name))->currentText();
-        QStringList variables;
-        for (const auto& step : page.getTasksFromActionsList(variables))
-            parts << QString::fromUtf8(
-                QJsonDocument(QJsonObject::fromVariantMap(step)).toJson(QJsonDocument::Compact));
-        return parts;
-    }
 
 private slots:
     void cleanupTestCase()

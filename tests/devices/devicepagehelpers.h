@@ -4,12 +4,17 @@
 #include "deviceselectorcolumns.h"
 #include "deviceselectortreeview.h"
 #include "dynamiccombobox.h"
+#include "flashingrowstyledelegate.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QIcon>
 #include <QItemSelectionModel>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLabel>
 #include <QMenu>
+#include <QRegularExpression>
 #include <QStandardItemModel>
 #include <QTest>
 #include <QTimer>
@@ -85,6 +90,41 @@ struct DevicePage
         for (int row : rows)
             view(p)->selectionModel()->select(model(p)->index(row, 0),
                                               QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    }
+
+    static QString status(const Page& p, int row) { return text(p, row, DeviceStatusColumn); }
+    static QString toolTip(const Page& p, int row)
+    {
+        return model(p)->index(row, DeviceStatusColumn).data(Qt::ToolTipRole).toString();
+    }
+    static QColor flashColor(const Page& p, int row)
+    {
+        return model(p)->index(row, 0).data(FlashingRowStyleDelegate::FlashColorRole).value<QColor>();
+    }
+    // The whole text matches the regular expression.
+    static bool matches(const QString& pattern, const QString& text)
+    {
+        return QRegularExpression(QLatin1Char('^') + pattern + QLatin1Char('$')).match(text).hasMatch();
+    }
+
+    // The job as the page would save it: device rows as seen, the debug connection options and
+    // every action's step with its settings.
+    static QStringList jobOf(Page& p)
+    {
+        QStringList parts;
+        for (int row = 0; row < model(p)->rowCount(); ++row) {
+            QStringList cells{QString::number(isChecked(p, row)), connection(p, row)};
+            for (int column = DeviceSerialNumberColumn; column <= DeviceNicknameColumn; ++column)
+                cells << text(p, row, column);
+            parts << cells.join(QLatin1Char('|'));
+        }
+        for (const char* name : {"debugInterfaceComboBox", "debugSpeedComboBox"})
+            parts << child<QComboBox>(p, name)->currentText();
+        QStringList variables;
+        for (const auto& step : p.getTasksFromActionsList(variables))
+            parts << QString::fromUtf8(
+                QJsonDocument(QJsonObject::fromVariantMap(step)).toJson(QJsonDocument::Compact));
+        return parts;
     }
 
     static bool sameIcon(const QIcon& icon, const QString& path)

@@ -28,11 +28,6 @@ namespace {
 
 const QString elapsed = QStringLiteral("\\(elapsed: (\\d+ ms|\\d+\\.\\d\\d s|\\d+ m \\d+ s)\\)");
 
-bool matches(const QString& pattern, const QString& text)
-{
-    return QRegularExpression(QLatin1Char('^') + pattern + QLatin1Char('$')).match(text).hasMatch();
-}
-
 // A figure of this process from /proc/self/status, in KiB.
 qint64 memoryKiB(const QByteArray& key)
 {
@@ -83,19 +78,6 @@ class TestHardening : public QObject, private DevicePage
                 ->setText(ms);
     }
 
-    static QString status(const BulkOperationsWidget& page, int row)
-    {
-        return text(page, row, DeviceStatusColumn);
-    }
-    static QString toolTip(const BulkOperationsWidget& page, int row)
-    {
-        return model(page)->index(row, DeviceStatusColumn).data(Qt::ToolTipRole).toString();
-    }
-    static QColor flashColor(const BulkOperationsWidget& page, int row)
-    {
-        return model(page)->index(row, 0).data(FlashingRowStyleDelegate::FlashColorRole).value<QColor>();
-    }
-
     // Idle again: every input open, Run ready, no progress shown.
     static void verifyIdle(const BulkOperationsWidget& page)
     {
@@ -119,20 +101,6 @@ class TestHardening : public QObject, private DevicePage
     }
 
     // Device rows and every step as the page would save them.
-    static QStringList jobOf(BulkOperationsWidget& page)
-    {
-        QStringList parts;
-        for (int row = 0; row < model(page)->rowCount(); ++row) {
-            QStringList cells{QString::number(isChecked(page, row)), connection(page, row)};
-            for (int column = DeviceSerialNumberColumn; column <= DeviceNicknameColumn; ++column)
-                cells << text(page, row, column);
-            parts << cells.join(QLatin1Char('|'));
-        }
-        QStringList variables;
-        for (const auto& step : page.getTasksFromActionsList(variables))
-            parts << QString::fromUtf8(QJsonDocument(QJsonObject::fromVariantMap(step)).toJson());
-        return parts;
-    }
 
     static void fillJob(BulkOperationsWidget& page)
     {
