@@ -55,24 +55,28 @@ QString extensionPatterns(const DroppableLineEdit* lineEdit)
 
 } // namespace
 
+// Each settings box is built parentless with its widgets as the box's own children and only
+// then placed in its editor page. A widget created inside the window and moved into another
+// window makes Qt walk the window's whole focus chain; with a hundred actions loaded that
+// chain holds thousands of widgets.
 QGroupBox* BulkOperationsWidget::setupAdapterFwInstallBox()
 {
     auto* box = new QGroupBox;
     auto* layout = new QGridLayout(box);
 
-    auto* installDefault = new QRadioButton(tr("Install default firmware for this adapter"), this);
+    auto* installDefault = new QRadioButton(tr("Install default firmware for this adapter"), box);
     installDefault->setObjectName(QStringLiteral("installDefaultRadioButton"));
-    auto* installIfNewer = new QCheckBox(tr("Install only if a newer version firmware is available"), this);
+    auto* installIfNewer = new QCheckBox(tr("Install only if a newer version firmware is available"), box);
     installIfNewer->setObjectName(QStringLiteral("installIfNewerCheckBox"));
     installIfNewer->setChecked(true);
-    auto* installFromFile = new QRadioButton(tr("Install firmware package from file"), this);
+    auto* installFromFile = new QRadioButton(tr("Install firmware package from file"), box);
     installFromFile->setObjectName(QStringLiteral("installFromFileRadioButton"));
-    auto* emzFile = new DroppableLineEdit(this);
+    auto* emzFile = new DroppableLineEdit(box);
     emzFile->setObjectName(QStringLiteral("emzFileLineEdit"));
     emzFile->setPlaceholderText(tr("Path to .emz firmware package file"));
     emzFile->setSupportedExtensions(firmwareExtensions);
     emzFile->setMinimumWidth(400);
-    auto* browse = new QPushButton(tr("Browse..."), this);
+    auto* browse = new QPushButton(tr("Browse..."), box);
     browse->setObjectName(QStringLiteral("browseButton"));
     connect(browse, &QPushButton::clicked, this, &BulkOperationsWidget::adapterFwInstallBrowseForEmz);
 
@@ -95,14 +99,14 @@ QGroupBox* BulkOperationsWidget::setupAdapterDebugModeBox()
     auto* box = new QGroupBox;
     auto* layout = new QGridLayout(box);
 
-    auto* debugMode = new QComboBox(this);
+    auto* debugMode = new QComboBox(box);
     debugMode->setObjectName(QStringLiteral("debugModeComboBox"));
     debugMode->addItems({QStringLiteral("MCU"), QStringLiteral("IN"), QStringLiteral("OUT"),
                          QStringLiteral("MINI"), QStringLiteral("OFF")});
     debugMode->setCurrentText(QStringLiteral("MCU"));
 
-    layout->addWidget(new QLabel(tr("Note: Not all adapters support all debug modes."), this), 0, 0, 1, 3);
-    layout->addWidget(new QLabel(tr("Debug mode:"), this), 1, 0);
+    layout->addWidget(new QLabel(tr("Note: Not all adapters support all debug modes."), box), 0, 0, 1, 3);
+    layout->addWidget(new QLabel(tr("Debug mode:"), box), 1, 0);
     layout->addWidget(debugMode, 1, 1);
     return box;
 }
@@ -111,7 +115,7 @@ QGroupBox* BulkOperationsWidget::setupLogDeviceInfoBox()
 {
     auto* box = new QGroupBox;
     auto* layout = new QGridLayout(box);
-    layout->addWidget(new QLabel(tr("No settings available."), this), 0, 0);
+    layout->addWidget(new QLabel(tr("No settings available."), box), 0, 0);
     return box;
 }
 
@@ -130,37 +134,37 @@ QGroupBox* BulkOperationsWidget::setupTargetFlashBox()
     auto* box = new QGroupBox;
     auto* layout = new QGridLayout(box);
 
-    auto* appFile = new DroppableLineEdit(this);
+    auto* appFile = new DroppableLineEdit(box);
     appFile->setObjectName(QStringLiteral("appFileLineEdit"));
     appFile->setPlaceholderText(tr("Path to application binary file"));
     appFile->setMinimumWidth(400);
     appFile->setSupportedExtensions(applicationExtensions);
-    auto* browse = new QPushButton(tr("Browse..."), this);
+    auto* browse = new QPushButton(tr("Browse..."), box);
     connect(browse, &QPushButton::clicked, this, &BulkOperationsWidget::targetFlashBrowseForApp);
 
-    auto* startAddress = new HexSpinBox(this);
+    auto* startAddress = new HexSpinBox(box);
     startAddress->setObjectName(QStringLiteral("startAddressSpinBox"));
     startAddress->setRange(0, maxFlashStartAddress);
     startAddress->setSingleStep(flashStartAddressStep);
     startAddress->setValue(0);
     startAddress->setToolTip(tr("The address to start flashing from. Interpreted as hexadecimal."));
 
-    auto* force = new QCheckBox(tr("Force"), this);
+    auto* force = new QCheckBox(tr("Force"), box);
     force->setObjectName(QStringLiteral("forceCheckBox"));
-    auto* resetAfter = new QCheckBox(tr("Reset target after flashing"), this);
+    auto* resetAfter = new QCheckBox(tr("Reset target after flashing"), box);
     resetAfter->setObjectName(QStringLiteral("resetAfterFlashCheckBox"));
     resetAfter->setChecked(true);
-    auto* verifyAfter = new QCheckBox(tr("Verify after flashing"), this);
+    auto* verifyAfter = new QCheckBox(tr("Verify after flashing"), box);
     verifyAfter->setObjectName(QStringLiteral("verifyAfterFlashCheckBox"));
     verifyAfter->setChecked(true);
-    auto* haltAfter = new QCheckBox(tr("Halt target after flashing"), this);
+    auto* haltAfter = new QCheckBox(tr("Halt target after flashing"), box);
     haltAfter->setObjectName(QStringLiteral("haltAfterFlashCheckBox"));
 
     layout->addWidget(appFile, 0, 0, 1, 3);
     layout->addWidget(browse, 0, 3);
-    layout->addWidget(new QLabel(tr("Flash start address:"), this), 1, 0);
+    layout->addWidget(new QLabel(tr("Flash start address:"), box), 1, 0);
     layout->addWidget(startAddress, 1, 1);
-    layout->addWidget(new QLabel(tr("Options:"), this), 2, 0);
+    layout->addWidget(new QLabel(tr("Options:"), box), 2, 0);
     layout->addWidget(force, 2, 1);
     layout->addWidget(resetAfter, 3, 1);
     layout->addWidget(verifyAfter, 4, 1);
@@ -176,9 +180,9 @@ QGroupBox* BulkOperationsWidget::setupTargetDebugLockUnlockBox()
     auto* box = new QGroupBox;
     auto* layout = new QGridLayout(box);
 
-    auto* lock = new QRadioButton(tr("Lock Debug Access"), this);
+    auto* lock = new QRadioButton(tr("Lock Debug Access"), box);
     lock->setObjectName(QStringLiteral("lockDebugRadioButton"));
-    auto* unlock = new QRadioButton(tr("Unlock Debug Access"), this);
+    auto* unlock = new QRadioButton(tr("Unlock Debug Access"), box);
     unlock->setObjectName(QStringLiteral("unlockDebugRadioButton"));
 
     layout->addWidget(lock, 1, 0, Qt::AlignBottom);
@@ -193,11 +197,11 @@ QGroupBox* BulkOperationsWidget::setupWaitBox()
     auto* box = new QGroupBox;
     auto* layout = new QGridLayout(box);
 
-    auto* duration = new QLineEdit(this);
+    auto* duration = new QLineEdit(box);
     duration->setObjectName(QStringLiteral("durationLineEdit"));
     duration->setValidator(new QIntValidator(0, maxWaitDurationMs, duration));
 
-    layout->addWidget(new QLabel(tr("Duration (ms):"), this), 0, 0);
+    layout->addWidget(new QLabel(tr("Duration (ms):"), box), 0, 0);
     layout->addWidget(duration, 0, 1);
     return box;
 }
@@ -212,16 +216,16 @@ QGroupBox* BulkOperationsWidget::setupCustomCommandBox()
                       "<b>not</b> automatically added to this command.<br><br>Device connection "
                       "options can be provided manually using variables,<br>e.g. \"--device {{%1}}\".")
                        .arg(VARIABLE_NAME_TARGET_PART),
-                   this);
+                   box);
     note->setWordWrap(true);
 
-    auto* appendOption = new QCheckBox(tr("Append adapter option"), this);
+    auto* appendOption = new QCheckBox(tr("Append adapter option"), box);
     appendOption->setObjectName(QStringLiteral("appendConnectionOptionCheckBox"));
     appendOption->setChecked(true);
     appendOption->setToolTip(tr("Append the relevant adapter connection option (--serialno or --ip) \n"
                                 "automatically based on the selected adapter."));
 
-    auto* command = new QLineEdit(this);
+    auto* command = new QLineEdit(box);
     command->setObjectName(QStringLiteral("customCommandLineEdit"));
     command->setPlaceholderText(tr("CLI command to run, e.g. 'device reset'"));
     command->setMinimumWidth(400);
