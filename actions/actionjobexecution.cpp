@@ -231,6 +231,11 @@ void BulkOperationsWidget::deviceSelectorOnProcessFeedbackReceived(const QString
     if (deviceSelectorOperationRunning())
         return;
     pendingStatusLines.insert(key, line);
+    scheduleStatusRefresh();
+}
+
+void BulkOperationsWidget::scheduleStatusRefresh()
+{
     if (!statusRefreshTimer) {
         statusRefreshTimer = new QTimer(this);
         statusRefreshTimer->setSingleShot(true);
@@ -252,8 +257,7 @@ void BulkOperationsWidget::showPendingStatusLines()
             setDeviceStatusInfo(row, QString::fromLatin1(it.value()).trimmed(), QString(), QColor());
     }
     --deviceSelectorBatchDepth;
-    if (!lines.isEmpty())
-        deviceSelectorResizeColumn(DeviceStatusColumn);
+    deviceSelectorResizeColumn(DeviceStatusColumn);
 }
 
 void BulkOperationsWidget::onMultiProcessFinished(const CorvaneProcessResult& result)
@@ -273,6 +277,9 @@ void BulkOperationsWidget::onMultiProcessFinished(const CorvaneProcessResult& re
     const qint64 elapsedMs = timer != deviceElapsedTimers.cend() && timer->isValid() ? timer->elapsed() : 0;
     const QString elapsed = JobExecution::elapsedText(elapsedMs);
     const QString tooltip = tr("Process output:\n\n%1").arg(QString::fromUtf8(result.stdoutData));
+    // Outcomes, like live lines, fit the status column on the next refresh: with many devices
+    // finishing, fitting it for each would measure every row each time.
+    ++deviceSelectorBatchDepth;
     if (result.exitCode != 0) {
         const int action = JobExecution::lastRunningAction(result.stdoutData);
         setDeviceStatusError(row, tr("Job failed during action %1 (elapsed: %2)").arg(action).arg(elapsed),
@@ -280,6 +287,8 @@ void BulkOperationsWidget::onMultiProcessFinished(const CorvaneProcessResult& re
     } else {
         setDeviceStatusInfo(row, tr("DONE (elapsed: %1)").arg(elapsed), tooltip, CORPORATE_GREEN);
     }
+    --deviceSelectorBatchDepth;
+    scheduleStatusRefresh();
     deviceElapsedTimers.remove(result.id);
 }
 
@@ -287,8 +296,12 @@ void BulkOperationsWidget::onMultiProcessAborted(const QString& key)
 {
     progressBar->setValue(progressBar->value() + 1);
     const int row = getDeviceIndexInModel(key);
-    if (row >= 0)
-        setDeviceStatusInfo(row, tr("ABORTED"), tr("Job was aborted by user"), CORPORATE_YELLOW);
+    if (row < 0)
+        return;
+    ++deviceSelectorBatchDepth;
+    setDeviceStatusInfo(row, tr("ABORTED"), tr("Job was aborted by user"), CORPORATE_YELLOW);
+    --deviceSelectorBatchDepth;
+    scheduleStatusRefresh();
 }
 
 void BulkOperationsWidget::onAbortButtonPressed()

@@ -259,6 +259,7 @@ private:
     QList<BatchUtil::DeviceEntry> jobDeviceEntriesFromTable() const;
     void setupVariableExplorer();
     void showPendingStatusLines();
+    void scheduleStatusRefresh();
     // Ends the current run when the runner has nothing running but has not
     // finished: a process that could not start leaves its queue waiting for
     // a finish that never comes.
