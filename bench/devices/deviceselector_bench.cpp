@@ -2,6 +2,7 @@
 // the reply reading, the merge scan, the connection boxes, column sizing and
 // the first paint afterwards. Run with QT_QPA_PLATFORM=offscreen.
 
+#include "../benchreplies.h"
 #include "bulkoperationswidget.h"
 #include "corvanereplies.h"
 
@@ -14,26 +15,6 @@
 #include <QTextStream>
 
 namespace {
-
-QByteArray listReply(int count, quint32 firstSerial, bool network)
-{
-    QJsonArray devices;
-    for (int i = 0; i < count; ++i) {
-        QJsonObject device;
-        device.insert(QStringLiteral("serial_number"), double(firstSerial + quint32(i)));
-        device.insert(QStringLiteral("adapter_ip"),
-                      network ? QStringLiteral("10.%1.%2.%3").arg(i / 65536).arg((i / 256) % 256).arg(i % 256)
-                              : QString());
-        device.insert(QStringLiteral("adapter_nickname"), QStringLiteral("bench-%1").arg(i));
-        devices.append(device);
-    }
-    QJsonObject result;
-    result.insert(QStringLiteral("device_count"), devices.size());
-    result.insert(QStringLiteral("devices"), devices);
-    QJsonObject reply;
-    reply.insert(QStringLiteral("result"), result);
-    return QJsonDocument(reply).toJson(QJsonDocument::Compact);
-}
 
 CorvaneProcessResult result(const QString& id, const QByteArray& output)
 {
@@ -58,10 +39,10 @@ int main(int argc, char** argv)
     QApplication::processEvents();
     auto* model = page.findChild<QStandardItemModel*>(QStringLiteral("deviceSelectorModel"));
 
-    const QByteArray usbReply = listReply(count, 801000000, false);
+    const QByteArray usbReply = benchListReply(count, 801000000, false);
     // The network search sees the second half of the USB adapters again and as
     // many new ones: half the rows merge.
-    const QByteArray ipReply = listReply(count, 801000000 + quint32(count / 2), true);
+    const QByteArray ipReply = benchListReply(count, 801000000 + quint32(count / 2), true);
 
     QElapsedTimer clock;
     clock.start();

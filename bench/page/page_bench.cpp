@@ -8,6 +8,8 @@
 //   page_bench start      MainWindow constructed to first paint
 //   page_bench scale      1,000-adapter discovery, resident memory, save and load of a large job
 
+#include "../../tests/support/usersandbox.h"
+#include "../benchreplies.h"
 #include "bulkaction.h"
 #include "bulkoperationswidget.h"
 #include "corvaneprocessrunner.h"
@@ -341,24 +343,6 @@ int start()
     return 0;
 }
 
-QByteArray listReply(int count)
-{
-    QJsonArray devices;
-    for (int i = 0; i < count; ++i) {
-        QJsonObject device;
-        device.insert(QStringLiteral("serial_number"), double(801100000 + i));
-        device.insert(QStringLiteral("adapter_ip"), QString());
-        device.insert(QStringLiteral("adapter_nickname"), QStringLiteral("bench-%1").arg(i));
-        devices.append(device);
-    }
-    QJsonObject result;
-    result.insert(QStringLiteral("device_count"), devices.size());
-    result.insert(QStringLiteral("devices"), devices);
-    QJsonObject reply;
-    reply.insert(QStringLiteral("result"), result);
-    return QJsonDocument(reply).toJson(QJsonDocument::Compact);
-}
-
 double residentMiB()
 {
     QFile status(QStringLiteral("/proc/self/status"));
@@ -383,7 +367,7 @@ int scale()
         CorvaneProcessResult result;
         result.id = CorvaneReplies::usbDiscoveryTaskId;
         result.exitCode = 0;
-        result.stdoutData = listReply(devices);
+        result.stdoutData = benchListReply(devices, 801100000, false);
         QElapsedTimer clock;
         clock.start();
         page.deviceSelectorParseDiscoveredDevices(result);
@@ -445,22 +429,10 @@ int main(int argc, char** argv)
         sandbox.setAutoRemove(false);
         std::fprintf(stderr, "page_bench: keeping %s\n", qPrintable(sandboxPath));
     }
-    const QByteArray root = QFile::encodeName(sandbox.path());
-    for (const char* sub : {"config", "data", "cache", "runtime"})
-        QDir(sandbox.path()).mkpath(QString::fromLatin1(sub));
-    QFile::setPermissions(sandbox.path() + QStringLiteral("/runtime"),
-                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    qputenv("HOME", root);
-    qputenv("XDG_CONFIG_HOME", root + "/config");
-    qputenv("XDG_DATA_HOME", root + "/data");
-    qputenv("XDG_CACHE_HOME", root + "/cache");
-    qputenv("XDG_RUNTIME_DIR", root + "/runtime");
+    isolateUserFolders(sandbox.path());
     qputenv("CORVANE_SIM_SPEED", "0");
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    QStandardPaths::setTestModeEnabled(true);
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope,
-                       sandbox.path() + QStringLiteral("/config"));
 
     QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);

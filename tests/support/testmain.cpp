@@ -1,4 +1,5 @@
 #include "testregistry.h"
+#include "usersandbox.h"
 
 #include <QApplication>
 #include <QDir>
@@ -21,19 +22,7 @@ int main(int argc, char** argv)
     QTemporaryDir sandbox(QDir::tempPath() + QStringLiteral("/harnwick-test-XXXXXX"));
     if (!sandbox.isValid())
         return 2;
-    const QByteArray root = QFile::encodeName(sandbox.path());
-    for (const char* sub : {"config", "data", "cache", "runtime"})
-        QDir(sandbox.path()).mkpath(QString::fromLatin1(sub));
-    QFile::setPermissions(sandbox.path() + QStringLiteral("/runtime"),
-                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    qputenv("HOME", root);
-    qputenv("XDG_CONFIG_HOME", root + "/config");
-    qputenv("XDG_DATA_HOME", root + "/data");
-    qputenv("XDG_CACHE_HOME", root + "/cache");
-    qputenv("XDG_RUNTIME_DIR", root + "/runtime");
-    QStandardPaths::setTestModeEnabled(true);
-    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope,
-                       sandbox.path() + QStringLiteral("/config"));
+    isolateUserFolders(sandbox.path());
 
     QApplication app(argc, argv);
     QApplication::setApplicationVersion(QStringLiteral("0v1p1b1957"));
