@@ -61,16 +61,22 @@ void BulkOperationsWidget::runJob(const QList<int>& rows)
     }
     temporaryDirectory.setAutoRemove(false);
     const QString directoryPath = temporaryDirectory.path();
+    // Kept until the run ends; every way out before the start removes it now.
+    removeJobBundleFolder();
+    jobBundleFolder = directoryPath;
     const QString name = QStringLiteral("bulk_operation_%1.%2")
                              .arg(QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd_HHmmss")),
                                   QStringLiteral("hwj"));
     const QString bundlePath = temporaryDirectory.filePath(name);
 
     QStringList variableNames;
-    if (!prepareBatchJobFile(bundlePath, variableNames))
+    if (!prepareBatchJobFile(bundlePath, variableNames)) {
+        removeJobBundleFolder();
         return;
+    }
     QList<QPair<QString, QStringList>> entries = getDeviceSpecificArguments(rows, variableNames);
     if (entries.isEmpty()) {
+        removeJobBundleFolder();
         emit errorEncountered(tr("No devices selected."));
         return;
     }
@@ -79,18 +85,12 @@ void BulkOperationsWidget::runJob(const QList<int>& rows)
     QDir logDirectory(Settings::logFileDirectory());
     if (logging && !logDirectory.exists() && !logDirectory.mkpath(QStringLiteral("."))) {
         // Every device would fail at once on its log file; say why instead.
-        QDir(directoryPath).removeRecursively();
+        removeJobBundleFolder();
         emit errorEncountered(tr("Cannot start job; the log file directory \"%1\" could not be created. "
                                  "Please choose another log file directory or switch logging off.")
                                   .arg(QDir::toNativeSeparators(logDirectory.absolutePath())));
         return;
     }
-
-    connect(corvaneProcessRunner, &CorvaneProcessRunner::allTasksFinished, this, [directoryPath] {
-        QDir directory(directoryPath);
-        if (directory.exists())
-            directory.removeRecursively();
-    });
 
     const int timeoutSeconds = Settings::processTimeoutSeconds();
 
@@ -108,11 +108,10 @@ void BulkOperationsWidget::runJob(const QList<int>& rows)
         it->second << QStringLiteral("--timeout") << QString::number(timeoutSeconds);
         ++it;
     }
-    if (entries.isEmpty())
+    if (entries.isEmpty() || !runCorvaneInParallel({QStringLiteral("batch"), bundlePath}, entries)) {
+        removeJobBundleFolder();
         return;
-
-    if (!runCorvaneInParallel({QStringLiteral("batch"), bundlePath}, entries))
-        return;
+    }
 
     disconnect(runButton, &QPushButton::clicked, this, &BulkOperationsWidget::onRunButtonPressed);
     runButton->setText(tr("Abort"));
@@ -310,8 +309,17 @@ void BulkOperationsWidget::onAbortButtonPressed()
     runButton->setEnabled(false);
 }
 
+void BulkOperationsWidget::removeJobBundleFolder()
+{
+    if (jobBundleFolder.isEmpty())
+        return;
+    QDir(jobBundleFolder).removeRecursively();
+    jobBundleFolder.clear();
+}
+
 void BulkOperationsWidget::onAllMultiProcessesFinished()
 {
+    removeJobBundleFolder();
     disconnect(corvaneProcessRunner, &CorvaneProcessRunner::processStarted, this,
                &BulkOperationsWidget::onMultiProcessStarted);
     disconnect(corvaneProcessRunner, &CorvaneProcessRunner::taskAborted, this,

@@ -111,6 +111,8 @@ BulkOperationsWidget::~BulkOperationsWidget()
 {
     // The explorer is a top-level window without a parent; it goes with its page.
     delete variableExplorer;
+    // A page closed during a run leaves no job bundle behind.
+    removeJobBundleFolder();
 }
 
 bool BulkOperationsWidget::validateCorvaneExecutable(const QString& path)

@@ -264,7 +264,10 @@ private:
     // finished: a process that could not start leaves its queue waiting for
     // a finish that never comes.
     void endRunIfStalled();
+    void removeJobBundleFolder();
 
+    // The temporary folder of the current run's job bundle; empty when no job runs.
+    QString jobBundleFolder;
     // The newest output line of each running device, shown on the next refresh.
     QHash<QString, QByteArray> pendingStatusLines;
     QTimer* statusRefreshTimer = nullptr;

@@ -323,6 +323,8 @@ private slots:
 
     void refusedRuns()
     {
+        const QDir runFolders(dir.filePath(QStringLiteral("tmp")));
+        const QStringList foldersBefore = runFolders.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
         BulkOperationsWidget page;
         addDevices(page, {{"801002345", "", "", "", false, false}, {"", "", "", "no-serial"}});
         addAction(page, BulkAction::LogDeviceInfo);
@@ -343,6 +345,21 @@ private slots:
                            "executable. Please provide a valid path in the settings."));
         QCOMPARE(ActionPage::runButton(broken)->text(), QStringLiteral("Run"));
         QVERIFY(batchInvocations().isEmpty());
+        // A refused run leaves no job bundle behind, and neither does a page closed mid-run.
+        QCOMPARE(runFolders.entryList(QDir::Dirs | QDir::NoDotAndDotDot), foldersBefore);
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
+                                 TestEnvironment::simulatorPath());
+        qputenv("CORVANE_SIM_SPEED", "1");
+        {
+            BulkOperationsWidget closing;
+            addDevices(closing, {{"801002345", "", "", ""}});
+            addAction(closing, BulkAction::Wait, "durationLineEdit", QStringLiteral("5000"));
+            ActionPage::runButton(closing)->click();
+            QCOMPARE(ActionPage::runButton(closing)->text(), QStringLiteral("Abort"));
+            QCOMPARE(runFolders.entryList(QDir::Dirs | QDir::NoDotAndDotDot).size(),
+                     foldersBefore.size() + 1);
+        }
+        QCOMPARE(runFolders.entryList(QDir::Dirs | QDir::NoDotAndDotDot), foldersBefore);
     }
 
     void saveLoadSaveGivesTheSameBundle()
