@@ -235,6 +235,9 @@ private:
     QList<QList<QStandardItem*>> deviceSelectorPendingRows;
     QList<QStringList> deviceSelectorPendingConnections;
     QSet<int> deviceSelectorRowsToRemove;
+    // Row of each serial number and IP address, built on demand.
+    mutable QHash<QString, int> deviceSelectorRowIndex;
+    mutable bool deviceSelectorRowIndexValid = false;
 
     // --- Action selector, editor and job members and helpers (actions/) ---
     void setupActionSelector();

@@ -73,6 +73,24 @@ void BulkOperationsWidget::setupDeviceSelectorBox()
         {QStringLiteral("Select"), QStringLiteral("Connection"), QStringLiteral("Serial Number"),
          QStringLiteral("IP Address"), QStringLiteral("Target Part"), QStringLiteral("Nickname"),
          QStringLiteral("Status")});
+    // Looking a device up by id is frequent during runs (every start, line and end), so the
+    // rows are indexed by id; any change that could move an id or a row drops the index.
+    const auto dropRowIndex = [this] {
+        deviceSelectorRowIndexValid = false;
+    };
+    connect(deviceSelectorModel, &QAbstractItemModel::rowsAboutToBeInserted, this, dropRowIndex);
+    connect(deviceSelectorModel, &QAbstractItemModel::rowsInserted, this, dropRowIndex);
+    connect(deviceSelectorModel, &QAbstractItemModel::rowsAboutToBeRemoved, this, dropRowIndex);
+    connect(deviceSelectorModel, &QAbstractItemModel::rowsRemoved, this, dropRowIndex);
+    connect(deviceSelectorModel, &QAbstractItemModel::rowsMoved, this, dropRowIndex);
+    connect(deviceSelectorModel, &QAbstractItemModel::layoutChanged, this, dropRowIndex);
+    connect(deviceSelectorModel, &QAbstractItemModel::modelReset, this, dropRowIndex);
+    connect(deviceSelectorModel, &QAbstractItemModel::dataChanged, this,
+            [this](const QModelIndex& topLeft, const QModelIndex& bottomRight) {
+                if (topLeft.column() <= DeviceIpAddressColumn &&
+                    bottomRight.column() >= DeviceSerialNumberColumn)
+                    deviceSelectorRowIndexValid = false;
+            });
 
     deviceSelectorTreeView = new DeviceSelectorTreeView(deviceSelectorGroupBox);
     deviceSelectorTreeView->setObjectName(QStringLiteral("deviceSelectorTreeView"));
@@ -353,16 +371,22 @@ int BulkOperationsWidget::getDeviceIndexInModel(const QString& id) const
 {
     if (!deviceSelectorModel)
         return -1;
-    const int rowCount = deviceSelectorModel->rowCount();
-    for (int row = 0; row < rowCount; ++row) {
-        const QStandardItem* serialItem = deviceSelectorModel->item(row, DeviceSerialNumberColumn);
-        if (serialItem && serialItem->text() == id)
-            return row;
-        const QStandardItem* ipItem = deviceSelectorModel->item(row, DeviceIpAddressColumn);
-        if (ipItem && ipItem->text() == id)
-            return row;
+    if (!deviceSelectorRowIndexValid) {
+        // The first row whose serial number, or else IP address, is the id wins, as in a scan.
+        deviceSelectorRowIndex.clear();
+        const int rowCount = deviceSelectorModel->rowCount();
+        for (int row = 0; row < rowCount; ++row) {
+            for (int column : {DeviceSerialNumberColumn, DeviceIpAddressColumn}) {
+                if (const QStandardItem* item = deviceSelectorModel->item(row, column)) {
+                    const QString text = item->text();
+                    if (!deviceSelectorRowIndex.contains(text))
+                        deviceSelectorRowIndex.insert(text, row);
+                }
+            }
+        }
+        deviceSelectorRowIndexValid = true;
     }
-    return -1;
+    return deviceSelectorRowIndex.value(id, -1);
 }
 
 QString BulkOperationsWidget::connectionTypeToString(BatchUtil::ConnectionType type)

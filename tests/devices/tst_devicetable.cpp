@@ -206,6 +206,23 @@ private slots:
         for (const auto& [id, row] : lookups)
             QCOMPARE(page.getDeviceIndexInModel(id), row);
 
+        // Lookups follow edits, sorting and removal of rows.
+        QStandardItemModel* model =
+            page.findChild<QStandardItemModel*>(QStringLiteral("deviceSelectorModel"));
+        model->setData(model->index(1, DeviceSerialNumberColumn), QStringLiteral("801009999"));
+        QCOMPARE(page.getDeviceIndexInModel(QStringLiteral("801009999")), 1);
+        model->setData(model->index(0, DeviceIpAddressColumn), QStringLiteral("10.0.0.9"));
+        QCOMPARE(page.getDeviceIndexInModel(QStringLiteral("10.0.0.5")), -1);
+        QCOMPARE(page.getDeviceIndexInModel(QStringLiteral("10.0.0.9")), 0);
+        model->sort(DeviceSerialNumberColumn, Qt::DescendingOrder);
+        QCOMPARE(page.getDeviceIndexInModel(QStringLiteral("801009999")), 0);
+        QCOMPARE(page.getDeviceIndexInModel(QStringLiteral("801002346")), 1);
+        model->removeRow(0);
+        QCOMPARE(page.getDeviceIndexInModel(QStringLiteral("801009999")), -1);
+        QCOMPARE(page.getDeviceIndexInModel(QStringLiteral("801002346")), 0);
+        page.addDeviceToTable("801009998", "", "", "", true, false, false, true);
+        QCOMPARE(page.getDeviceIndexInModel(QStringLiteral("801009998")), model->rowCount() - 1);
+
         const QList<QPair<QString, int>> types = {{"USB", BatchUtil::Usb},
                                                   {"usb", BatchUtil::Usb},
                                                   {"Ip", BatchUtil::Ip},
