@@ -17,6 +17,12 @@ constexpr int keptTailBytes = 1024 * 1024;
 // The line a job run prints as it begins an action; the job's outcome names
 // the last one, so the last such line of a left-out stretch is kept too.
 const QByteArray actionLineStart = QByteArrayLiteral("\nRunning action");
+
+bool isAscii(const QByteArray& bytes)
+{
+    return std::all_of(bytes.cbegin(), bytes.cend(),
+                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
 } // namespace
 
 CorvaneProcessRunner::CorvaneProcessRunner(QObject* parent) : QObject(parent)
@@ -164,8 +170,22 @@ void CorvaneProcessRunner::onStandardOutput(QProcess* process)
     boundOutput(*state);
     // Each chunk is split on its own: a line cut across two chunks is
     // reported as two lines.
-    const QStringList lines = QString::fromUtf8(chunk).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     const QString id = state->id;
+    if (isAscii(chunk)) {
+        // The same lines as through text below, without decoding and encoding
+        // every line: streaming output is almost always plain ASCII.
+        int start = 0;
+        while (start < chunk.size()) {
+            int end = chunk.indexOf('\n', start);
+            if (end < 0)
+                end = chunk.size();
+            if (end > start)
+                emit processFeedback(id, chunk.mid(start, end - start).trimmed());
+            start = end + 1;
+        }
+        return;
+    }
+    const QStringList lines = QString::fromUtf8(chunk).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     for (const QString& line : lines)
         emit processFeedback(id, line.trimmed().toUtf8());
 }

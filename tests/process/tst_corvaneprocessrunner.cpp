@@ -194,6 +194,13 @@ private slots:
         QCOMPARE(run.result.stdoutData, QByteArray("  a \n\nb\n"));
         QCOMPARE(run.result.stderrData, QByteArray("oops\n"));
 
+        // Blank lines are reported empty and carriage returns trimmed, in plain ASCII output as in
+        // UTF-8 output, where a byte that is not UTF-8 becomes the replacement character.
+        run = runOnce(QStringLiteral("blank"), QStringLiteral("printf ' \\t \\nx\\r\\n'\n"));
+        QCOMPARE(run.lines, QList<QByteArray>({"", "x"}));
+        run = runOnce(QStringLiteral("utf8"), QStringLiteral("printf ' \\t \\n\\303\\244\\r\\n\\377\\n'\n"));
+        QCOMPARE(run.lines, QList<QByteArray>({"", "\xc3\xa4", "\xef\xbf\xbd"}));
+
         // A line cut across two chunks is reported as two lines.
         run = runOnce(QStringLiteral("split"), QStringLiteral("printf 'hal'\nsleep 0.3\nprintf 'f\\n'\n"));
         QCOMPARE(run.lines, QList<QByteArray>({"hal", "f"}));
