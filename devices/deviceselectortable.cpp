@@ -637,7 +637,10 @@ void BulkOperationsWidget::deviceSelectorResizeColumn(int column)
 {
     if (deviceSelectorBatchDepth > 0 || !deviceSelectorTreeView)
         return;
-    deviceSelectorTreeView->resizeColumnToContents(column);
+    if (column == DeviceStatusColumn)
+        deviceSelectorTreeView->fitTextColumnToContents(column);
+    else
+        deviceSelectorTreeView->resizeColumnToContents(column);
 }
 
 void BulkOperationsWidget::deviceSelectorResizeColumns()

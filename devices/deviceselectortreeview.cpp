@@ -1,6 +1,8 @@
 #include "deviceselectortreeview.h"
 
 #include <QEvent>
+#include <QHeaderView>
+#include <QIcon>
 #include <QPalette>
 
 DeviceSelectorTreeView::DeviceSelectorTreeView(QWidget* parent) : QTreeView(parent) {}
@@ -13,8 +15,66 @@ void DeviceSelectorTreeView::commitData(QWidget* editor)
         emit dataCommitted(index);
 }
 
+int DeviceSelectorTreeView::rememberedColumnWidth(int column)
+{
+    const QModelIndex root = rootIndex();
+    const int rows = model() ? model()->rowCount(root) : 0;
+    const int precision = header()->resizeContentsPrecision();
+    if (precision == 0 || (precision > 0 && rows > precision))
+        return -1;
+    // Texts come and go with a run's output; an unbounded memory of them is not wanted.
+    if (cellWidths.size() > 4 * rows + 1024)
+        cellWidths.clear();
+    int width = header()->isHidden() ? 0 : header()->sectionSizeHint(column);
+    for (int row = 0; row < rows; ++row) {
+        if (isRowHidden(row, root))
+            continue;
+        const QModelIndex index = model()->index(row, column, root);
+        const QVariant decoration = index.data(Qt::DecorationRole);
+        const bool icon = decoration.isValid() && !decoration.value<QIcon>().isNull();
+        const QString key =
+            (icon ? QLatin1Char('1') : QLatin1Char('0')) + index.data(Qt::DisplayRole).toString();
+        auto it = cellWidths.constFind(key);
+        if (it == cellWidths.cend())
+            it = cellWidths.insert(key, sizeHintForIndex(index).width());
+        width = qMax(width, *it);
+    }
+    return width;
+}
+
+void DeviceSelectorTreeView::fitTextColumnToContents(int column)
+{
+    const int width = rememberWidths ? rememberedColumnWidth(column) : -1;
+    if (width < 0) {
+        resizeColumnToContents(column);
+        lastFits.remove(column);
+        return;
+    }
+    const Fit last = lastFits.value(column);
+    if (width == last.width && header()->sectionSize(column) == last.sectionSize)
+        return;
+    if (!widthsChecked) {
+        // Once per font and style: the remembered widths must be what the view measures.
+        widthsChecked = true;
+        const int measured =
+            qMax(sizeHintForColumn(column), header()->isHidden() ? 0 : header()->sectionSizeHint(column));
+        if (measured != width) {
+            rememberWidths = false;
+            cellWidths.clear();
+        }
+    }
+    resizeColumnToContents(column);
+    if (rememberWidths)
+        lastFits.insert(column, Fit{width, header()->sectionSize(column)});
+}
+
 void DeviceSelectorTreeView::changeEvent(QEvent* event)
 {
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) {
+        cellWidths.clear();
+        lastFits.clear();
+        widthsChecked = false;
+    }
     if (event->type() == QEvent::PaletteChange) {
         QPalette adjusted = palette();
         const bool dark = adjusted.color(QPalette::Window).lightness() < 128;

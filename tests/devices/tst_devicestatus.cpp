@@ -1,11 +1,14 @@
 #include "corporatecolors.h"
 #include "devicepagehelpers.h"
+#include "deviceselectortreeview.h"
 #include "flashingrowstyledelegate.h"
 #include "testenvironment.h"
 #include "testregistry.h"
 
 #include <QDateTime>
 #include <QElapsedTimer>
+#include <QHeaderView>
+#include <QStandardItemModel>
 #include <QTest>
 
 class TestDeviceStatus : public QObject, DevicePage
@@ -123,6 +126,63 @@ private slots:
         QCOMPARE(BulkOperationsWidget::over(a, b, -1.0).rgba(), QColor(0, 100, 200).rgba());
         QVERIFY(closeTo(BulkOperationsWidget::over(a, b, 0.5), QColor(100, 100, 100), 1));
         QCOMPARE(BulkOperationsWidget::over(a, b, 0.5).alpha(), 255); // always opaque
+    }
+
+    // The fit that remembers text widths must leave the column exactly as a full measurement does,
+    // whether the last column is stretched or wider than the view, after user resizes and font changes.
+    void rememberedFitMatchesAFullMeasurement()
+    {
+        QStandardItemModel model(0, 2);
+        DeviceSelectorTreeView fitted, measured;
+        for (DeviceSelectorTreeView* view : {&fitted, &measured}) {
+            view->setModel(&model);
+            view->setIndentation(0);
+            view->setUniformRowHeights(true);
+            view->header()->setStretchLastSection(true);
+            view->resize(260, 300);
+            view->show();
+        }
+        const auto check = [&](const char* step) {
+            fitted.fitTextColumnToContents(1);
+            measured.resizeColumnToContents(1);
+            if (fitted.header()->sectionSize(1) != measured.header()->sectionSize(1))
+                QFAIL(qPrintable(QStringLiteral("%1: %2 against %3")
+                                     .arg(QLatin1String(step))
+                                     .arg(fitted.header()->sectionSize(1))
+                                     .arg(measured.header()->sectionSize(1))));
+        };
+        check("no rows");
+        for (int row = 0; row < 20; ++row)
+            model.appendRow({new QStandardItem(QString::number(801002345 + row)), new QStandardItem()});
+        check("empty texts");
+        const auto status = [&model](int row) {
+            return model.item(row, 1);
+        };
+        status(3)->setText(QStringLiteral("Programming: 10% of a long image for the target"));
+        check("wider than the view");
+        status(3)->setText(QStringLiteral("Programming: 10% of a much longer image for the target part"));
+        check("wider still");
+        status(3)->setText(QStringLiteral("DONE"));
+        check("narrow again");
+        status(4)->setIcon(QIcon(QStringLiteral(":/graphics/dot-green.png")));
+        status(4)->setText(QStringLiteral("DONE (elapsed: 1.50 s)"));
+        check("with a dot");
+        for (DeviceSelectorTreeView* view : {&fitted, &measured})
+            view->header()->resizeSection(1, 400);
+        check("after a resize by hand");
+        check("once more unchanged");
+        for (DeviceSelectorTreeView* view : {&fitted, &measured})
+            view->resize(900, 300);
+        check("stretched");
+        QFont large = fitted.font();
+        large.setPointSize(large.pointSize() * 2);
+        for (DeviceSelectorTreeView* view : {&fitted, &measured})
+            view->setFont(large);
+        status(5)->setText(
+            QStringLiteral("Running action 1: set_adapter_debug_mode, a line as long as it gets"));
+        check("larger font");
+        model.removeRows(5, 1);
+        check("widest row removed");
     }
 
     void flashIsPaintedAndItsTimerStops()
