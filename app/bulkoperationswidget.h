@@ -238,6 +238,8 @@ private:
     // Row of each serial number and IP address, built on demand.
     mutable QHash<QString, int> deviceSelectorRowIndex;
     mutable bool deviceSelectorRowIndexValid = false;
+    // 1 or 0 while every row is known to be enabled or disabled for editing, else -1.
+    int deviceSelectorRowsEnabled = -1;
 
     // --- Action selector, editor and job members and helpers (actions/) ---
     void setupActionSelector();

@@ -75,8 +75,10 @@ void BulkOperationsWidget::setupDeviceSelectorBox()
          QStringLiteral("Status")});
     // Looking a device up by id is frequent during runs (every start, line and end), so the
     // rows are indexed by id; any change that could move an id or a row drops the index.
+    // Likewise the rows' enabled state is known until rows or their flags change.
     const auto dropRowIndex = [this] {
         deviceSelectorRowIndexValid = false;
+        deviceSelectorRowsEnabled = -1;
     };
     connect(deviceSelectorModel, &QAbstractItemModel::rowsAboutToBeInserted, this, dropRowIndex);
     connect(deviceSelectorModel, &QAbstractItemModel::rowsInserted, this, dropRowIndex);
@@ -86,10 +88,16 @@ void BulkOperationsWidget::setupDeviceSelectorBox()
     connect(deviceSelectorModel, &QAbstractItemModel::layoutChanged, this, dropRowIndex);
     connect(deviceSelectorModel, &QAbstractItemModel::modelReset, this, dropRowIndex);
     connect(deviceSelectorModel, &QAbstractItemModel::dataChanged, this,
-            [this](const QModelIndex& topLeft, const QModelIndex& bottomRight) {
-                if (topLeft.column() <= DeviceIpAddressColumn &&
+            [this](const QModelIndex& topLeft, const QModelIndex& bottomRight, const QVector<int>& roles) {
+                // Row flashes and check marks change other roles of every column many times a run.
+                const bool text =
+                    roles.isEmpty() || roles.contains(Qt::DisplayRole) || roles.contains(Qt::EditRole);
+                if (text && topLeft.column() <= DeviceIpAddressColumn &&
                     bottomRight.column() >= DeviceSerialNumberColumn)
                     deviceSelectorRowIndexValid = false;
+                // Flag changes and replaced items name no role.
+                if (roles.isEmpty())
+                    deviceSelectorRowsEnabled = -1;
             });
 
     deviceSelectorTreeView = new DeviceSelectorTreeView(deviceSelectorGroupBox);
@@ -296,6 +304,7 @@ void BulkOperationsWidget::deviceSelectorAttachConnectionBox(int row, const QStr
 {
     if (!deviceSelectorTreeView)
         return;
+    deviceSelectorRowsEnabled = -1;
     auto* combo = new DynamicComboBox();
     connect(combo, &DynamicComboBox::showingPopup, this,
             &BulkOperationsWidget::deviceSelectorOnConnectionTypeComboBoxOpened);
@@ -606,14 +615,18 @@ void BulkOperationsWidget::deviceSelectorEnableGuiElements(bool enable)
 {
     if (!deviceSelectorModel)
         return;
-    for (int row = 0; row < deviceSelectorModel->rowCount(); ++row) {
-        if (QStandardItem* item = deviceSelectorModel->item(row, DeviceSelectColumn))
-            item->setEnabled(enable);
-        if (QWidget* combo = deviceSelectorConnectionComboBox(row))
-            combo->setEnabled(enable);
-        for (int column : {DeviceSerialNumberColumn, DeviceIpAddressColumn, DeviceTargetPartColumn})
-            if (QStandardItem* item = deviceSelectorModel->item(row, column))
-                item->setEditable(enable);
+    // A job run asks again at every process start; the rows are walked only when they may differ.
+    if (deviceSelectorRowsEnabled != int(enable)) {
+        for (int row = 0; row < deviceSelectorModel->rowCount(); ++row) {
+            if (QStandardItem* item = deviceSelectorModel->item(row, DeviceSelectColumn))
+                item->setEnabled(enable);
+            if (QWidget* combo = deviceSelectorConnectionComboBox(row))
+                combo->setEnabled(enable);
+            for (int column : {DeviceSerialNumberColumn, DeviceIpAddressColumn, DeviceTargetPartColumn})
+                if (QStandardItem* item = deviceSelectorModel->item(row, column))
+                    item->setEditable(enable);
+        }
+        deviceSelectorRowsEnabled = int(enable);
     }
 
     deviceSelectorDiscoverUsbCheckBox->setEnabled(enable);

@@ -190,6 +190,27 @@ private slots:
         QCOMPARE(column(page, DeviceTargetPartColumn), QStringList({"KM32G101F512", "", "KM32G101F512"}));
     }
 
+    void disablingAgainReachesNewRows()
+    {
+        BulkOperationsWidget page;
+        page.addDeviceToTable("801002345", "", "", "", true, false, false, true);
+        const auto editable = [&page](int row) {
+            return model(page)->item(row, DeviceSelectColumn)->isEnabled() &&
+                   model(page)->item(row, DeviceTargetPartColumn)->isEditable() &&
+                   combo(page, row)->isEnabled();
+        };
+        page.enableGuiElements(false);
+        QVERIFY(!editable(0));
+        // A row that arrives while the page is disabled follows the next call, also a repeated one.
+        page.addDeviceToTable("801002346", "192.0.2.7", "", "", true, true, false, true);
+        QVERIFY(editable(1));
+        page.enableGuiElements(false);
+        QVERIFY(!editable(0) && !editable(1));
+        page.enableGuiElements(true);
+        page.enableGuiElements(true);
+        QVERIFY(editable(0) && editable(1));
+    }
+
     void deviceIdsAndConnectionTypes()
     {
         BulkOperationsWidget page;
