@@ -7,7 +7,9 @@
 #include <QObject>
 #include <QProcess>
 
+#include <deque>
 #include <memory>
+#include <utility>
 #include <vector>
 
 class QTimer;
@@ -68,6 +70,10 @@ private:
     void onStandardError(QProcess* process);
     void onTimeout(QProcess* process);
     void onFinished(QProcess* process, int exitCode);
+    void emitLines(const QString& id, const QByteArray& chunk);
+    // Emits the lines of waiting chunks in arrival order; with a budget, stops
+    // after the chunk that used it up.
+    void emitPendingLines(qint64 budgetNs = -1);
     static void boundOutput(ProcessState& state);
     static QByteArray collectedOutput(const ProcessState& state);
 
@@ -75,4 +81,10 @@ private:
     int maxConcurrentProcesses = 1;
     QList<CorvaneProcessTask> queue;
     std::vector<std::unique_ptr<ProcessState>> running;
+    // Large chunks whose lines are still to be reported (task id, chunk): when
+    // many processes fill their pipes at once, their lines go out over several
+    // turns of the event loop instead of all in one.
+    std::deque<std::pair<QString, QByteArray>> pendingChunks;
+    qint64 pendingBytes = 0;
+    QTimer* pendingTimer = nullptr;
 };

@@ -10,4 +10,9 @@ class ForkedProcess : public QProcess
 {
 public:
     using QProcess::QProcess;
+
+    // Puts the started process this many nice steps below the program's own
+    // scheduling priority. Done after the start rather than in the child, so the
+    // start itself is not slowed down on a busy machine.
+    void lowerPriority(int steps);
 };

@@ -9,6 +9,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <cerrno>
+#include <sys/resource.h>
+
 // Drives the runner with tiny shell scripts standing in for the executable.
 class TestCorvaneProcessRunner : public QObject
 {
@@ -204,6 +207,57 @@ private slots:
         // A line cut across two chunks is reported as two lines.
         run = runOnce(QStringLiteral("split"), QStringLiteral("printf 'hal'\nsleep 0.3\nprintf 'f\\n'\n"));
         QCOMPARE(run.lines, QList<QByteArray>({"hal", "f"}));
+    }
+
+    void floodsReportEveryLineBeforeTheEnd()
+    {
+        // Two processes print far more than one read takes at a time; every line of each
+        // comes in order, all of them before that process's end.
+        const QString exe = script(QStringLiteral("flood"), QStringLiteral("seq -f \"$1%g\" 1 40000\n"));
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, exe);
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 2);
+        CorvaneProcessRunner runner;
+        QHash<QString, QByteArray> printed, atEnd;
+        connect(&runner, &CorvaneProcessRunner::processFeedback, this,
+                [&printed](const QString& id, const QByteArray& line) { printed[id] += line; });
+        connect(&runner, &CorvaneProcessRunner::taskFinished, this,
+                [&](const CorvaneProcessResult& result) { atEnd[result.id] = printed.value(result.id); });
+        QSignalSpy done(&runner, &CorvaneProcessRunner::allTasksFinished);
+        runner.enqueueTask(task(QStringLiteral("a"), {QStringLiteral("a")}));
+        runner.enqueueTask(task(QStringLiteral("b"), {QStringLiteral("b")}));
+        runner.start();
+        QVERIFY(done.wait(30000));
+        for (const char* id : {"a", "b"}) {
+            // A line cut between two reads comes as two pieces, so compare without line ends.
+            QByteArray expected;
+            for (int i = 1; i <= 40000; ++i)
+                expected += id + QByteArray::number(i);
+            QCOMPARE(atEnd.value(QLatin1String(id)).size(), expected.size());
+            QVERIFY(atEnd.value(QLatin1String(id)) == expected);
+        }
+    }
+
+    void processesRunBelowTheProgramsPriority()
+    {
+        // The script waits until its nice value has been lowered and reports it.
+        const QString exe =
+            script(QStringLiteral("nicety"), QStringLiteral("for i in $(seq 50); do\n"
+                                                            "  n=$(cut -d' ' -f19 /proc/$$/stat)\n"
+                                                            "  [ \"$n\" != \"$2\" ] && break\n"
+                                                            "  sleep 0.1\n"
+                                                            "done\n"
+                                                            "echo \"$n\"\n"));
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, exe);
+        errno = 0;
+        const int own = getpriority(PRIO_PROCESS, 0);
+        QVERIFY(errno == 0);
+        CorvaneProcessRunner runner;
+        QSignalSpy results(&runner, &CorvaneProcessRunner::taskFinished);
+        runner.enqueueTask(task(QStringLiteral("dev"), {QStringLiteral("x"), QString::number(own)}));
+        runner.start();
+        QVERIFY(results.wait(10000));
+        const auto result = results.at(0).at(0).value<CorvaneProcessResult>();
+        QCOMPARE(result.stdoutData.trimmed().toInt(), qMin(own + 10, 19));
     }
 
     void timeoutKillsAndZeroTimeoutDoesNot()
