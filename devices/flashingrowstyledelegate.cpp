@@ -7,6 +7,7 @@
 #include <QTreeView>
 
 #include <algorithm>
+#include <limits>
 
 FlashingRowStyleDelegate::FlashingRowStyleDelegate(QTreeView* view) : QStyledItemDelegate(view), view(view)
 {
@@ -62,11 +63,15 @@ void FlashingRowStyleDelegate::paint(QPainter* painter, const QStyleOptionViewIt
     const QPalette& palette = view ? view->palette() : option.palette;
     const QColor base = palette.color(
         (option.features & QStyleOptionViewItem::Alternate) ? QPalette::AlternateBase : QPalette::Base);
-    const qint64 elapsed = QDateTime::currentMSecsSinceEpoch() - start.toLongLong();
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    const qint64 elapsed = now - start.toLongLong();
     const double weight = fillWeight(elapsed, hold.toInt(), fade.toInt());
     if (weight >= 0.0) {
         painter->fillRect(option.rect, blend(color.value<QColor>(), base, weight));
         flashPainted = true;
+        // The colour holds still until the fade begins; a fading one changes every frame.
+        const qint64 changesAt = elapsed < hold.toInt() ? start.toLongLong() + hold.toInt() : now;
+        nextChangeMs = std::min(nextChangeMs, changesAt);
         if (!repaintTimer->isActive())
             repaintTimer->start();
     } else {
@@ -89,7 +94,11 @@ void FlashingRowStyleDelegate::onTick()
         repaintTimer->stop();
         return;
     }
+    // Repainting a flash that holds its colour would only redraw the same pixels.
+    if (QDateTime::currentMSecsSinceEpoch() < nextChangeMs)
+        return;
     flashPainted = false;
+    nextChangeMs = std::numeric_limits<qint64>::max();
     if (view)
         view->viewport()->update();
 }

@@ -2,13 +2,16 @@
 
 #include <QStyledItemDelegate>
 
+#include <limits>
+
 class QColor;
 class QTimer;
 class QTreeView;
 
 // Paints a short-lived coloured background behind the items of a row whose
 // flash data is set: half strength during the hold time, then a quadratic
-// fade. Its repaint timer runs only while some visible item is flashing.
+// fade. Its repaint timer runs only while some visible item is flashing, and
+// repaints only once a painted flash changes colour.
 class FlashingRowStyleDelegate : public QStyledItemDelegate
 {
     Q_OBJECT
@@ -45,6 +48,8 @@ private:
     void onTick();
 
     mutable bool flashPainted = false;
+    // When the earliest painted flash next changes colour (ms since the epoch).
+    mutable qint64 nextChangeMs = std::numeric_limits<qint64>::max();
     QTimer* repaintTimer = nullptr;
     QTreeView* view = nullptr;
 };

@@ -216,6 +216,28 @@ private slots:
         startedAgo(6000);
         QVERIFY(closeTo(painted(), BulkOperationsWidget::over(CORPORATE_RED, base, 0.125), 8));
 
+        // While the flash holds its colour nothing is repainted; while it fades every frame is.
+        struct PaintCounter : QObject
+        {
+            int count = 0;
+            bool eventFilter(QObject*, QEvent* event) override
+            {
+                count += event->type() == QEvent::Paint;
+                return false;
+            }
+        } paints;
+        view(page)->viewport()->installEventFilter(&paints);
+        for (const auto& [ago, fading] : {std::pair<int, bool>{1000, false}, {5200, true}}) {
+            startedAgo(ago);
+            QTest::qWait(50);
+            paints.count = 0;
+            QTest::qWait(300);
+            QVERIFY(delegate->isRepainting());
+            QVERIFY2(fading ? paints.count >= 5 : paints.count == 0,
+                     qPrintable(QString::number(paints.count)));
+        }
+        view(page)->viewport()->removeEventFilter(&paints);
+
         // A highlighted row shows the selection, not the flash.
         startedAgo(0);
         highlight(page, {0});
