@@ -42,6 +42,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <sys/resource.h>
 
 namespace {
 
@@ -58,6 +59,17 @@ void fail(const QString& message)
 {
     std::fprintf(stderr, "page_bench: %s\n", qPrintable(message));
     std::exit(1);
+}
+
+// CPU time (user and system) of this process alone, or of its ended children.
+double cpuMs(int who = RUSAGE_SELF)
+{
+    rusage usage{};
+    getrusage(who, &usage);
+    const auto ms = [](const timeval& t) {
+        return t.tv_sec * 1000.0 + t.tv_usec / 1000.0;
+    };
+    return ms(usage.ru_utime) + ms(usage.ru_stime);
 }
 
 QString sandboxFile(const QString& name)
@@ -224,10 +236,15 @@ int overhead()
     QEventLoop loop;
     QObject::connect(page.processRunner(), &CorvaneProcessRunner::allTasksFinished, &loop, &QEventLoop::quit);
     QElapsedTimer clock;
+    const double cpuBefore = cpuMs(), childrenBefore = cpuMs(RUSAGE_CHILDREN);
     clock.start();
     runButton(page)->click();
     loop.exec();
     const double harnwickMs = clock.nsecsElapsed() / 1e6;
+    // On a machine whose cores the devices' processes keep busy, every millisecond the page
+    // spends is one the processes do not get: this is the figure the ratio follows.
+    const double pageCpuMs = cpuMs() - cpuBefore;
+    const double harnwickProcessesCpuMs = cpuMs(RUSAGE_CHILDREN) - childrenBefore;
 
     QList<QStringList> commands = recordedBatches(recordPath);
     if (commands.size() != devices)
@@ -242,10 +259,16 @@ int overhead()
             deviceModel(page)->index(row, statusColumn).data().toString().startsWith(QLatin1String("DONE"));
     if (done != devices)
         fail(QStringLiteral("%1 of %2 devices DONE").arg(done).arg(devices));
+    const double shellChildrenBefore = cpuMs(RUSAGE_CHILDREN);
     const double shellMs = runXargs(commands, parallel);
+    const double shellProcessesCpuMs = cpuMs(RUSAGE_CHILDREN) - shellChildrenBefore;
     figure("overhead_harnwick_ms", harnwickMs, "ms");
     figure("overhead_xargs_ms", shellMs, "ms");
     figure("overhead_ratio", harnwickMs / shellMs, "x");
+    figure("overhead_page_cpu_ms", pageCpuMs, "ms");
+    // The same command lines, timed twice: how much the machine itself varied between the runs.
+    figure("overhead_processes_cpu_harnwick_ms", harnwickProcessesCpuMs, "ms");
+    figure("overhead_processes_cpu_xargs_ms", shellProcessesCpuMs, "ms");
     return 0;
 }
 
