@@ -59,24 +59,16 @@ void BulkOperationsWidget::runJob(const QList<int>& rows)
                 .arg(temporaryDirectory.errorString()));
         return;
     }
-    temporaryDirectory.setAutoRemove(false);
-    const QString directoryPath = temporaryDirectory.path();
-    // Kept until the run ends; every way out before the start removes it now.
-    removeJobBundleFolder();
-    jobBundleFolder = directoryPath;
     const QString name = QStringLiteral("bulk_operation_%1.%2")
                              .arg(QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd_HHmmss")),
                                   QStringLiteral("hwj"));
     const QString bundlePath = temporaryDirectory.filePath(name);
 
     QStringList variableNames;
-    if (!prepareBatchJobFile(bundlePath, variableNames)) {
-        removeJobBundleFolder();
+    if (!prepareBatchJobFile(bundlePath, variableNames))
         return;
-    }
     QList<QPair<QString, QStringList>> entries = getDeviceSpecificArguments(rows, variableNames);
     if (entries.isEmpty()) {
-        removeJobBundleFolder();
         emit errorEncountered(tr("No devices selected."));
         return;
     }
@@ -85,7 +77,6 @@ void BulkOperationsWidget::runJob(const QList<int>& rows)
     QDir logDirectory(Settings::logFileDirectory());
     if (logging && !logDirectory.exists() && !logDirectory.mkpath(QStringLiteral("."))) {
         // Every device would fail at once on its log file; say why instead.
-        removeJobBundleFolder();
         emit errorEncountered(tr("Cannot start job; the log file directory \"%1\" could not be created. "
                                  "Please choose another log file directory or switch logging off.")
                                   .arg(QDir::toNativeSeparators(logDirectory.absolutePath())));
@@ -108,7 +99,13 @@ void BulkOperationsWidget::runJob(const QList<int>& rows)
         it->second << QStringLiteral("--timeout") << QString::number(timeoutSeconds);
         ++it;
     }
-    if (entries.isEmpty() || !runCorvaneInParallel({QStringLiteral("batch"), bundlePath}, entries)) {
+    if (entries.isEmpty())
+        return;
+    // Until here the folder goes with `temporaryDirectory`; from here the run owns it and
+    // removes it when it ends.
+    temporaryDirectory.setAutoRemove(false);
+    jobBundleFolder = temporaryDirectory.path();
+    if (!runCorvaneInParallel({QStringLiteral("batch"), bundlePath}, entries)) {
         removeJobBundleFolder();
         return;
     }
