@@ -2,8 +2,9 @@
 // job bundle: written for saving and for runs, read back when loading.
 #include "bulkoperationswidget.h"
 #include "deviceselectorcolumns.h"
-#include "deviceselectortreeview.h"
+#include "devicetable.h"
 #include "dynamiccombobox.h"
+#include "jobrunengine.h"
 
 #include <QComboBox>
 #include <QGroupBox>
@@ -12,38 +13,28 @@
 QList<BatchUtil::DeviceEntry> BulkOperationsWidget::jobDeviceEntriesFromTable() const
 {
     QList<BatchUtil::DeviceEntry> devices;
-    if (!deviceSelectorModel)
-        return devices;
-    for (int row = 0; row < deviceSelectorModel->rowCount(); ++row) {
-        const auto text = [this, row](int column) {
-            return deviceSelectorModel->index(row, column).data().toString();
-        };
-        BatchUtil::DeviceEntry device;
-        device.selected =
-            deviceSelectorModel->index(row, DeviceSelectColumn).data(Qt::CheckStateRole).toInt() ==
-            Qt::Checked;
-        device.serialNumber = text(DeviceSerialNumberColumn).toUInt();
-        device.ip = text(DeviceIpAddressColumn);
-        device.targetDevice = text(DeviceTargetPartColumn);
-        device.nickname = text(DeviceNicknameColumn);
-        if (deviceSelectorTreeView) {
-            const QModelIndex connection = deviceSelectorModel->index(row, DeviceConnectionColumn);
-            if (QWidget* widget = deviceSelectorTreeView->indexWidget(connection))
-                device.connectionType = connectionTypeFromString(widget->property("currentText").toString());
-        }
-        devices.append(device);
-    }
+    for (int row = 0; row < deviceSelectorModel->rowCount(); ++row)
+        devices.append(deviceTable->deviceEntry(row));
     return devices;
+}
+
+JobRunRequest BulkOperationsWidget::jobOnPage()
+{
+    JobRunRequest job;
+    job.bundleDevices = jobDeviceEntriesFromTable();
+    job.debugOptionsApplied = debugConnectionGroupBox->isChecked();
+    job.debugInterface = debugInterfaceComboBox->currentText();
+    job.debugSpeed = debugSpeedComboBox->currentData(Qt::UserRole).toInt();
+    job.steps = getTasksFromActionsList(job.variableNames);
+    return job;
 }
 
 bool BulkOperationsWidget::prepareBatchJobFile(const QString& path, QStringList& variableNames)
 {
-    const QList<BatchUtil::DeviceEntry> devices = jobDeviceEntriesFromTable();
-    const bool applied = debugConnectionGroupBox->isChecked();
-    const QString debugInterface = debugInterfaceComboBox->currentText();
-    const int speed = debugSpeedComboBox->currentData(Qt::UserRole).toInt();
-    const QList<QMap<QString, QVariant>> steps = getTasksFromActionsList(variableNames);
-    return batchUtil.bundleWrite(path, steps, devices, applied, debugInterface, speed, variableNames);
+    const JobRunRequest job = jobOnPage();
+    variableNames << job.variableNames;
+    return batchUtil.bundleWrite(path, job.steps, job.bundleDevices, job.debugOptionsApplied,
+                                 job.debugInterface, job.debugSpeed, variableNames);
 }
 
 void BulkOperationsWidget::saveBatchJob(const QString& path)

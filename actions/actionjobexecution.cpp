@@ -9,16 +9,15 @@
 #include "deviceselectortreeview.h"
 #include "dynamiccombobox.h"
 #include "jobexecution.h"
+#include "jobrunengine.h"
 #include "qprogressindicator.h"
 #include "settingsutil.h"
 
 #include <QComboBox>
-#include <QDateTime>
 #include <QDir>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QStandardItemModel>
-#include <QTemporaryDir>
 #include <QTimer>
 
 namespace {
@@ -52,63 +51,14 @@ void BulkOperationsWidget::deviceSelectorRunJobOnHighlightedDevices()
 
 void BulkOperationsWidget::runJob(const QList<int>& rows)
 {
-    QTemporaryDir temporaryDirectory;
-    if (!temporaryDirectory.isValid()) {
-        emit errorEncountered(
-            tr("Cannot start job; could not create a temporary folder for the job bundle: %1")
-                .arg(temporaryDirectory.errorString()));
+    JobRunRequest request = jobOnPage();
+    request.devices = deviceSelectorJobDevices(rows);
+    request.logging = loggingIsEnabled();
+    request.logDirectory = Settings::logFileDirectory();
+    request.timeoutSeconds = Settings::processTimeoutSeconds();
+    request.executableValid = corvaneExecutableValid;
+    if (!jobRunEngine->start(request))
         return;
-    }
-    const QString name = QStringLiteral("bulk_operation_%1.%2")
-                             .arg(QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd_HHmmss")),
-                                  QStringLiteral("hwj"));
-    const QString bundlePath = temporaryDirectory.filePath(name);
-
-    QStringList variableNames;
-    if (!prepareBatchJobFile(bundlePath, variableNames))
-        return;
-    QList<QPair<QString, QStringList>> entries = getDeviceSpecificArguments(rows, variableNames);
-    if (entries.isEmpty()) {
-        emit errorEncountered(tr("No devices selected."));
-        return;
-    }
-
-    const bool logging = loggingIsEnabled();
-    QDir logDirectory(Settings::logFileDirectory());
-    if (logging && !logDirectory.exists() && !logDirectory.mkpath(QStringLiteral("."))) {
-        // Every device would fail at once on its log file; say why instead.
-        emit errorEncountered(tr("Cannot start job; the log file directory \"%1\" could not be created. "
-                                 "Please choose another log file directory or switch logging off.")
-                                  .arg(QDir::toNativeSeparators(logDirectory.absolutePath())));
-        return;
-    }
-
-    const int timeoutSeconds = Settings::processTimeoutSeconds();
-
-    for (auto it = entries.begin(); it != entries.end();) {
-        if (logging) {
-            // An edited serial number must never name a file outside the log folder.
-            const int row = getDeviceIndexInModel(it->first);
-            if (row >= 0 && !deviceSelectorCheckLogFileName(row)) {
-                it = entries.erase(it);
-                continue;
-            }
-            it->second << QStringLiteral("--logfile")
-                       << logDirectory.absoluteFilePath(QStringLiteral("%1.txt").arg(it->first));
-        }
-        it->second << QStringLiteral("--timeout") << QString::number(timeoutSeconds);
-        ++it;
-    }
-    if (entries.isEmpty())
-        return;
-    // Until here the folder goes with `temporaryDirectory`; from here the run owns it and
-    // removes it when it ends.
-    temporaryDirectory.setAutoRemove(false);
-    jobBundleFolder = temporaryDirectory.path();
-    if (!runCorvaneInParallel({QStringLiteral("batch"), bundlePath}, entries)) {
-        removeJobBundleFolder();
-        return;
-    }
 
     disconnect(runButton, &QPushButton::clicked, this, &BulkOperationsWidget::onRunButtonPressed);
     runButton->setText(tr("Abort"));
@@ -123,22 +73,45 @@ BulkOperationsWidget::getDeviceSpecificArguments(const QList<int>& rows, const Q
     const JobContext context{debugInterfaceComboBox->currentText(),
                              debugSpeedComboBox->currentData(Qt::UserRole).toInt()};
     QList<QPair<QString, QStringList>> result;
-    for (int row : rows) {
-        const auto text = [this, row](int column) {
-            return deviceSelectorModel->index(row, column).data().toString();
-        };
-        const DynamicComboBox* combo = deviceSelectorConnectionComboBox(row);
-        JobDevice device;
-        device.serialNumber = text(DeviceSerialNumberColumn).trimmed();
-        device.ipAddress = text(DeviceIpAddressColumn).trimmed();
-        device.connectionType = connectionTypeFromString(combo ? combo->currentText() : QString());
-        device.targetPart = text(DeviceTargetPartColumn).trimmed();
-        device.nickname = text(DeviceNicknameColumn);
+    for (const JobDevice& device : deviceSelectorJobDevices(rows)) {
         const auto entry = JobExecution::deviceSpecificArguments(device, variableNames, context);
         if (!entry.first.isEmpty())
             result.append(entry);
     }
     return result;
+}
+
+void BulkOperationsWidget::setupJobRunEngine()
+{
+    jobRunEngine = new JobRunEngine(corvaneProcessRunner, this);
+    connect(jobRunEngine, &JobRunEngine::errorEncountered, this, &BulkOperationsWidget::errorEncountered);
+    connect(jobRunEngine, &JobRunEngine::deviceRefused, this,
+            [this](const QString& id, const QString& message) {
+                const int row = getDeviceIndexInModel(id);
+                if (row >= 0)
+                    setDeviceStatusError(row, message, QString());
+            });
+    connect(jobRunEngine, &JobRunEngine::runStarting, this, [this](const QStringList& ids) {
+        setOperation(PageOperation::RunningJob);
+        clearErrorMessage();
+        clearProcessStatuses(ids);
+        showRunProgress(int(ids.size()));
+    });
+    connect(jobRunEngine, &JobRunEngine::deviceStarted, this, &BulkOperationsWidget::onMultiProcessStarted);
+    connect(jobRunEngine, &JobRunEngine::deviceOutput, this,
+            &BulkOperationsWidget::deviceSelectorOnProcessFeedbackReceived);
+    connect(jobRunEngine, &JobRunEngine::deviceFinished, this, &BulkOperationsWidget::showJobDeviceOutcome);
+    connect(jobRunEngine, &JobRunEngine::deviceAborted, this, &BulkOperationsWidget::onMultiProcessAborted);
+    connect(jobRunEngine, &JobRunEngine::runFinished, this,
+            &BulkOperationsWidget::onAllMultiProcessesFinished);
+}
+
+void BulkOperationsWidget::showRunProgress(int taskCount)
+{
+    progressBar->setRange(0, taskCount);
+    progressBar->setValue(0);
+    progressBar->setVisible(true);
+    busyIndicator->start();
 }
 
 bool BulkOperationsWidget::runCorvaneInParallel(const QStringList& baseArguments,
@@ -172,11 +145,7 @@ bool BulkOperationsWidget::runCorvaneInParallel(const QStringList& baseArguments
     connect(corvaneProcessRunner, &CorvaneProcessRunner::processFeedback, this,
             &BulkOperationsWidget::deviceSelectorOnProcessFeedbackReceived, Qt::UniqueConnection);
 
-    progressBar->setRange(0, int(entries.size()));
-    progressBar->setValue(0);
-    progressBar->setVisible(true);
-    busyIndicator->start();
-
+    showRunProgress(int(entries.size()));
     corvaneProcessRunner->start();
     // Checked once the caller has put the page into its running state.
     QTimer::singleShot(0, this, &BulkOperationsWidget::endRunIfStalled);
@@ -185,7 +154,8 @@ bool BulkOperationsWidget::runCorvaneInParallel(const QStringList& baseArguments
 
 void BulkOperationsWidget::endRunIfStalled()
 {
-    if (!busyIndicator->isAnimated() || corvaneProcessRunner->runningTaskCount() > 0)
+    // Job runs watch for this themselves.
+    if (!deviceSelectorOperationRunning() || corvaneProcessRunner->runningTaskCount() > 0)
         return;
     emit errorEncountered(tr("The Corvane executable \"%1\" could not be started. Please check the path in "
                              "the settings.")
@@ -193,9 +163,7 @@ void BulkOperationsWidget::endRunIfStalled()
     // The devices still waiting are marked aborted; the one that failed to
     // start keeps its cleared status.
     corvaneProcessRunner->abortTasksNotYetStarted();
-    // The runner is idle now, which is what its end-of-run signal means; the
-    // run's own clean-up listens to it too.
-    emit corvaneProcessRunner->allTasksFinished();
+    corvaneProcessRunner->finishIfIdle();
 }
 
 void BulkOperationsWidget::clearProcessStatuses(const QStringList& keys)
@@ -216,7 +184,6 @@ void BulkOperationsWidget::onMultiProcessStarted(const QString& key)
 {
     if (getDeviceIndexInModel(key) < 0)
         return;
-    deviceElapsedTimers[key].start();
     enableGuiElements(false);
     deviceSelectorTreeView->clearSelection();
 }
@@ -246,13 +213,13 @@ void BulkOperationsWidget::showPendingStatusLines()
     const QHash<QString, QByteArray> lines = std::exchange(pendingStatusLines, {});
     // Fitting the status column measures every row; fit it once for the whole refresh,
     // before control returns to the event loop, rather than once per changed row.
-    ++deviceSelectorBatchDepth;
+    deviceSelectorHoldColumnFits(true);
     for (auto it = lines.cbegin(); it != lines.cend(); ++it) {
         const int row = getDeviceIndexInModel(it.key());
         if (row >= 0)
             setDeviceStatusInfo(row, QString::fromLatin1(it.value()).trimmed(), QString(), QColor());
     }
-    --deviceSelectorBatchDepth;
+    deviceSelectorHoldColumnFits(false);
     deviceSelectorResizeColumn(DeviceStatusColumn);
 }
 
@@ -261,31 +228,29 @@ void BulkOperationsWidget::onMultiProcessFinished(const CorvaneProcessResult& re
     progressBar->setValue(progressBar->value() + 1);
     // The runner starts the next queued process once this returns.
     QTimer::singleShot(0, this, &BulkOperationsWidget::endRunIfStalled);
-    // A line still waiting to be shown must not overwrite the outcome.
-    pendingStatusLines.remove(result.id);
-    if (deviceSelectorRouteTaskResult(result))
-        return;
+    deviceSelectorRouteTaskResult(result);
+}
 
-    const int row = getDeviceIndexInModel(result.id);
+void BulkOperationsWidget::showJobDeviceOutcome(const JobDeviceRun& run)
+{
+    progressBar->setValue(progressBar->value() + 1);
+    // A line still waiting to be shown must not overwrite the outcome.
+    pendingStatusLines.remove(run.id);
+    const int row = getDeviceIndexInModel(run.id);
     if (row < 0)
         return;
-    const auto timer = deviceElapsedTimers.constFind(result.id);
-    const qint64 elapsedMs = timer != deviceElapsedTimers.cend() && timer->isValid() ? timer->elapsed() : 0;
-    const QString elapsed = JobExecution::elapsedText(elapsedMs);
-    const QString tooltip = tr("Process output:\n\n%1").arg(QString::fromUtf8(result.stdoutData));
+    const QString elapsed = JobExecution::elapsedText(run.elapsedMs);
+    const QString tooltip = tr("Process output:\n\n%1").arg(QString::fromUtf8(run.output));
     // Outcomes, like live lines, fit the status column on the next refresh: with many devices
     // finishing, fitting it for each would measure every row each time.
-    ++deviceSelectorBatchDepth;
-    if (result.exitCode != 0) {
-        const int action = JobExecution::lastRunningAction(result.stdoutData);
-        setDeviceStatusError(row, tr("Job failed during action %1 (elapsed: %2)").arg(action).arg(elapsed),
-                             tooltip);
-    } else {
+    deviceSelectorHoldColumnFits(true);
+    if (run.state != JobDeviceState::Done)
+        setDeviceStatusError(
+            row, tr("Job failed during action %1 (elapsed: %2)").arg(run.action).arg(elapsed), tooltip);
+    else
         setDeviceStatusInfo(row, tr("DONE (elapsed: %1)").arg(elapsed), tooltip, CORPORATE_GREEN);
-    }
-    --deviceSelectorBatchDepth;
+    deviceSelectorHoldColumnFits(false);
     scheduleStatusRefresh();
-    deviceElapsedTimers.remove(result.id);
 }
 
 void BulkOperationsWidget::onMultiProcessAborted(const QString& key)
@@ -294,29 +259,20 @@ void BulkOperationsWidget::onMultiProcessAborted(const QString& key)
     const int row = getDeviceIndexInModel(key);
     if (row < 0)
         return;
-    ++deviceSelectorBatchDepth;
+    deviceSelectorHoldColumnFits(true);
     setDeviceStatusInfo(row, tr("ABORTED"), tr("Job was aborted by user"), CORPORATE_YELLOW);
-    --deviceSelectorBatchDepth;
+    deviceSelectorHoldColumnFits(false);
     scheduleStatusRefresh();
 }
 
 void BulkOperationsWidget::onAbortButtonPressed()
 {
-    corvaneProcessRunner->abortTasksNotYetStarted();
+    jobRunEngine->abortWaitingDevices();
     runButton->setEnabled(false);
-}
-
-void BulkOperationsWidget::removeJobBundleFolder()
-{
-    if (jobBundleFolder.isEmpty())
-        return;
-    QDir(jobBundleFolder).removeRecursively();
-    jobBundleFolder.clear();
 }
 
 void BulkOperationsWidget::onAllMultiProcessesFinished()
 {
-    removeJobBundleFolder();
     disconnect(corvaneProcessRunner, &CorvaneProcessRunner::processStarted, this,
                &BulkOperationsWidget::onMultiProcessStarted);
     disconnect(corvaneProcessRunner, &CorvaneProcessRunner::taskAborted, this,
@@ -330,7 +286,7 @@ void BulkOperationsWidget::onAllMultiProcessesFinished()
     enableGuiElements(true);
     progressBar->hide();
     busyIndicator->stop();
-    discoveryRunning = adapterProbeRunning = partDetectionRunning = false;
+    setOperation(PageOperation::Idle);
 
     disconnect(runButton, &QPushButton::clicked, this, &BulkOperationsWidget::onAbortButtonPressed);
     runButton->setText(tr("Run"));

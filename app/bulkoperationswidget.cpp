@@ -29,6 +29,7 @@ BulkOperationsWidget::BulkOperationsWidget(QWidget* parent) : QWidget(parent)
     setWindowTitle(tr("Perform Bulk Operations"));
 
     corvaneProcessRunner = new CorvaneProcessRunner(this);
+    setupJobRunEngine();
 
     deviceSelectorGroupBox = new QGroupBox(tr("Devices"), this);
     actionSelectorGroupBox = new QGroupBox(tr("Actions"), this);
@@ -111,8 +112,6 @@ BulkOperationsWidget::~BulkOperationsWidget()
 {
     // The explorer is a top-level window without a parent; it goes with its page.
     delete variableExplorer;
-    // A page closed during a run leaves no job bundle behind.
-    removeJobBundleFolder();
 }
 
 bool BulkOperationsWidget::validateCorvaneExecutable(const QString& path)

@@ -2,9 +2,10 @@
 
 #include "batchutil.h"
 #include "corvaneprocessresult.h"
+#include "jobexecution.h"
+#include "pageoperation.h"
 #include "ziputil.h"
 
-#include <QElapsedTimer>
 #include <QHash>
 #include <QMap>
 #include <QPair>
@@ -16,6 +17,10 @@
 enum class BulkAction : int;
 class CorvaneProcessRunner;
 class DeviceSelectorTreeView;
+class DeviceTable;
+class JobRunEngine;
+struct JobDeviceRun;
+struct JobRunRequest;
 class DynamicComboBox;
 class FlashingRowStyleDelegate;
 class QCheckBox;
@@ -60,6 +65,8 @@ public:
     static QString themedIconSuffix(const QPalette& palette);
 
     CorvaneProcessRunner* processRunner() const { return corvaneProcessRunner; }
+    JobRunEngine* jobRun() const { return jobRunEngine; }
+    PageOperation currentOperation() const { return operation; }
     bool corvaneExecutableIsValid() const { return corvaneExecutableValid; }
 
 signals:
@@ -202,6 +209,8 @@ public:
     // loading).
     void deviceSelectorBeginRowBatch();
     void deviceSelectorEndRowBatch();
+    // The job on the page as a bundle holds it: steps, variables, every row, debug options.
+    JobRunRequest jobOnPage();
 
 private:
     void setupDeviceSelectorBox();
@@ -218,7 +227,8 @@ private:
     void deviceSelectorSetCheckState(const QList<int>& rows, Qt::CheckState state);
     void deviceSelectorResizeColumns();
     void deviceSelectorResizeColumn(int column);
-    void deviceSelectorAttachConnectionBox(int row, const QStringList& connections);
+    void deviceSelectorHoldColumnFits(bool hold);
+    QList<JobDevice> deviceSelectorJobDevices(const QList<int>& rows) const;
 
     QCheckBox* deviceSelectorDiscoverUsbCheckBox = nullptr;
     QCheckBox* deviceSelectorDiscoverIpCheckBox = nullptr;
@@ -230,16 +240,8 @@ private:
     QLineEdit* deviceSelectorOpnLineEdit = nullptr;
     QCompleter* deviceSelectorOpnCompleter = nullptr;
     QCheckBox* deviceSelectorApplyToAllCheckBox = nullptr;
-    // While positive, rows and column sizing wait for the end of a batch.
-    int deviceSelectorBatchDepth = 0;
-    QList<QList<QStandardItem*>> deviceSelectorPendingRows;
-    QList<QStringList> deviceSelectorPendingConnections;
-    QSet<int> deviceSelectorRowsToRemove;
-    // Row of each serial number and IP address, built on demand.
-    mutable QHash<QString, int> deviceSelectorRowIndex;
-    mutable bool deviceSelectorRowIndexValid = false;
-    // 1 or 0 while every row is known to be enabled or disabled for editing, else -1.
-    int deviceSelectorRowsEnabled = -1;
+    // Rows, batches, the row index and the connection boxes.
+    DeviceTable* deviceTable = nullptr;
 
     // --- Action selector, editor and job members and helpers (actions/) ---
     void setupActionSelector();
@@ -269,10 +271,13 @@ private:
     // finished: a process that could not start leaves its queue waiting for
     // a finish that never comes.
     void endRunIfStalled();
-    void removeJobBundleFolder();
+    void setupJobRunEngine();
+    void setOperation(PageOperation newOperation) { operation = newOperation; }
+    void showRunProgress(int taskCount);
+    void showJobDeviceOutcome(const JobDeviceRun& run);
 
-    // The temporary folder of the current run's job bundle; empty when no job runs.
-    QString jobBundleFolder;
+    JobRunEngine* jobRunEngine = nullptr;
+    PageOperation operation = PageOperation::Idle;
     // The newest output line of each running device, shown on the next refresh.
     QHash<QString, QByteArray> pendingStatusLines;
     QTimer* statusRefreshTimer = nullptr;
@@ -303,10 +308,6 @@ private:
     QSplitter* pageSplitter = nullptr;
 
     bool corvaneExecutableValid = false;
-    bool discoveryRunning = false;
-    bool adapterProbeRunning = false;
-    bool partDetectionRunning = false;
-    QMap<QString, QElapsedTimer> deviceElapsedTimers;
 
     // Top-level and parentless: it outlives the page until the program ends.
     VariableExplorerWidget* variableExplorer = nullptr;

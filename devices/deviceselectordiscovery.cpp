@@ -44,7 +44,7 @@ void BulkOperationsWidget::deviceSelectorDiscoverDevices()
             deviceSelectorModel->removeRow(row);
     }
 
-    discoveryRunning = true;
+    setOperation(PageOperation::Discovering);
     deviceSelectorRunInParallel(CorvaneReplies::discoveryArguments(), searches);
 }
 
@@ -73,7 +73,8 @@ void BulkOperationsWidget::deviceSelectorParseDiscoveredDevices(const CorvanePro
 
 bool BulkOperationsWidget::deviceSelectorOperationRunning() const
 {
-    return discoveryRunning || adapterProbeRunning || partDetectionRunning;
+    return operation == PageOperation::Discovering || operation == PageOperation::ProbingAdapters ||
+           operation == PageOperation::DetectingParts;
 }
 
 bool BulkOperationsWidget::deviceSelectorRunInParallel(const QStringList& baseArguments,
@@ -82,7 +83,7 @@ bool BulkOperationsWidget::deviceSelectorRunInParallel(const QStringList& baseAr
     // Unlike a job, a device operation has no limit of its own: a process that
     // never answers would keep the page busy for good.
     if (!runCorvaneInParallel(baseArguments, entries, Settings::processTimeoutSeconds() * 1000)) {
-        discoveryRunning = adapterProbeRunning = partDetectionRunning = false;
+        setOperation(PageOperation::Idle);
         return false;
     }
     // Only one operation at a time: keep the inputs and Run closed until the
@@ -94,17 +95,17 @@ bool BulkOperationsWidget::deviceSelectorRunInParallel(const QStringList& baseAr
 
 bool BulkOperationsWidget::deviceSelectorRouteTaskResult(const CorvaneProcessResult& result)
 {
-    if (discoveryRunning) {
+    if (operation == PageOperation::Discovering) {
         if (result.id == CorvaneReplies::usbDiscoveryTaskId || result.id == CorvaneReplies::ipDiscoveryTaskId)
             deviceSelectorParseDiscoveredDevices(result);
         return true;
     }
-    if (adapterProbeRunning || partDetectionRunning) {
+    if (operation == PageOperation::ProbingAdapters || operation == PageOperation::DetectingParts) {
         // A device removed from the table meanwhile has no row to report to.
         const int row = getDeviceIndexInModel(result.id);
         if (row < 0)
             return true;
-        if (adapterProbeRunning)
+        if (operation == PageOperation::ProbingAdapters)
             deviceSelectorProbeAdapterParseResult(row, result);
         else
             deviceSelectorParseDetectedOpn(row, result);

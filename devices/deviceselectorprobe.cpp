@@ -56,7 +56,7 @@ void BulkOperationsWidget::deviceSelectorProbeAdapterSelectedDevices()
     QList<QPair<QString, QStringList>> entries;
     if (!deviceSelectorHighlightedRowTasks(true, entries))
         return;
-    adapterProbeRunning = true;
+    setOperation(PageOperation::ProbingAdapters);
     deviceSelectorRunInParallel(CorvaneReplies::probeArguments(), entries);
 }
 
@@ -88,7 +88,7 @@ void BulkOperationsWidget::deviceSelectorDetectTargetDeviceHighlightedDevices()
     QList<QPair<QString, QStringList>> entries;
     if (!deviceSelectorHighlightedRowTasks(false, entries))
         return;
-    partDetectionRunning = true;
+    setOperation(PageOperation::DetectingParts);
     deviceSelectorRunInParallel(CorvaneReplies::detectionArguments(), entries);
 }
 

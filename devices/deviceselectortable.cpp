@@ -6,6 +6,7 @@
 #include "corvanereplies.h"
 #include "deviceselectorcolumns.h"
 #include "deviceselectortreeview.h"
+#include "devicetable.h"
 #include "dynamiccombobox.h"
 #include "flashingrowstyledelegate.h"
 #include "forkedprocess.h"
@@ -73,33 +74,6 @@ void BulkOperationsWidget::setupDeviceSelectorBox()
         {QStringLiteral("Select"), QStringLiteral("Connection"), QStringLiteral("Serial Number"),
          QStringLiteral("IP Address"), QStringLiteral("Target Part"), QStringLiteral("Nickname"),
          QStringLiteral("Status")});
-    // Looking a device up by id is frequent during runs (every start, line and end), so the
-    // rows are indexed by id; any change that could move an id or a row drops the index.
-    // Likewise the rows' enabled state is known until rows or their flags change.
-    const auto dropRowIndex = [this] {
-        deviceSelectorRowIndexValid = false;
-        deviceSelectorRowsEnabled = -1;
-    };
-    connect(deviceSelectorModel, &QAbstractItemModel::rowsAboutToBeInserted, this, dropRowIndex);
-    connect(deviceSelectorModel, &QAbstractItemModel::rowsInserted, this, dropRowIndex);
-    connect(deviceSelectorModel, &QAbstractItemModel::rowsAboutToBeRemoved, this, dropRowIndex);
-    connect(deviceSelectorModel, &QAbstractItemModel::rowsRemoved, this, dropRowIndex);
-    connect(deviceSelectorModel, &QAbstractItemModel::rowsMoved, this, dropRowIndex);
-    connect(deviceSelectorModel, &QAbstractItemModel::layoutChanged, this, dropRowIndex);
-    connect(deviceSelectorModel, &QAbstractItemModel::modelReset, this, dropRowIndex);
-    connect(deviceSelectorModel, &QAbstractItemModel::dataChanged, this,
-            [this](const QModelIndex& topLeft, const QModelIndex& bottomRight, const QVector<int>& roles) {
-                // Row flashes and check marks change other roles of every column many times a run.
-                const bool text =
-                    roles.isEmpty() || roles.contains(Qt::DisplayRole) || roles.contains(Qt::EditRole);
-                if (text && topLeft.column() <= DeviceIpAddressColumn &&
-                    bottomRight.column() >= DeviceSerialNumberColumn)
-                    deviceSelectorRowIndexValid = false;
-                // Flag changes and replaced items name no role.
-                if (roles.isEmpty())
-                    deviceSelectorRowsEnabled = -1;
-            });
-
     deviceSelectorTreeView = new DeviceSelectorTreeView(deviceSelectorGroupBox);
     deviceSelectorTreeView->setObjectName(QStringLiteral("deviceSelectorTreeView"));
     deviceSelectorTreeView->setModel(deviceSelectorModel);
@@ -119,6 +93,11 @@ void BulkOperationsWidget::setupDeviceSelectorBox()
     deviceSelectorTreeView->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     deviceSelectorTreeView->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
     deviceSelectorTreeView->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    deviceTable = new DeviceTable(deviceSelectorModel, deviceSelectorTreeView, this);
+    connect(deviceTable, &DeviceTable::connectionBoxCreated, this, [this](DynamicComboBox* combo) {
+        connect(combo, &DynamicComboBox::showingPopup, this,
+                &BulkOperationsWidget::deviceSelectorOnConnectionTypeComboBoxOpened);
+    });
 
     deviceSelectorAddButton =
         new QPushButton(QIcon(QStringLiteral(":/graphics/add.png")), tr("Add"), deviceSelectorGroupBox);
@@ -166,195 +145,27 @@ void BulkOperationsWidget::setupDeviceSelectorBox()
             &BulkOperationsWidget::deviceSelectorDoubleClicked);
 }
 
-namespace {
-
-// What a merge takes over from the row it replaces.
-struct ReplacedRow
-{
-    bool checked = false;
-    QString connection;
-    QString ipAddress;
-    QString targetPart;
-    QString nickname;
-};
-
-QString itemText(const QStandardItem* item)
-{
-    return item ? item->text() : QString();
-}
-
-QList<QStandardItem*> createRowItems(const QString& serialNumber, const QString& ipAddress,
-                                     const QString& targetPart, const QString& nickname, bool checked,
-                                     bool editable)
-{
-    auto* selectItem = new QStandardItem();
-    selectItem->setCheckable(true);
-    selectItem->setEditable(false);
-    selectItem->setCheckState(checked ? Qt::Checked : Qt::Unchecked);
-
-    auto* connectionItem = new QStandardItem();
-    connectionItem->setEditable(false);
-
-    auto* serialItem = new QStandardItem(serialNumber);
-    serialItem->setEditable(editable);
-    auto* ipItem = new QStandardItem(ipAddress);
-    ipItem->setEditable(editable);
-    auto* partItem = new QStandardItem();
-    if (!targetPart.isEmpty())
-        partItem->setText(targetPart);
-    partItem->setEditable(editable);
-
-    auto* nicknameItem = new QStandardItem(nickname);
-    nicknameItem->setEditable(false);
-    auto* statusItem = new QStandardItem();
-    statusItem->setEditable(false);
-    return {selectItem, connectionItem, serialItem, ipItem, partItem, nicknameItem, statusItem};
-}
-
-} // namespace
-
 void BulkOperationsWidget::addDeviceToTable(const QString& serialNumber, const QString& ipAddress,
                                             const QString& targetPart, const QString& nickname, bool usb,
                                             bool ip, bool checked, bool editable)
 {
-    if (!deviceSelectorModel)
-        return;
-    const bool batch = deviceSelectorBatchDepth > 0;
-
-    // Only the serial number identifies a row here, so two rows with empty
-    // serial numbers (IP-only adapters) count as the same device. In a batch
-    // the table is not touched until its end: rows to be replaced are only
-    // marked, and the batch's own rows, which come after the table's, are
-    // searched as well.
-    bool merged = false;
-    ReplacedRow old;
-    const int rowCount = deviceSelectorModel->rowCount();
-    for (int row = 0; row < rowCount && !merged; ++row) {
-        if (itemText(deviceSelectorModel->item(row, DeviceSerialNumberColumn)) != serialNumber ||
-            (batch && deviceSelectorRowsToRemove.contains(row)))
-            continue;
-        merged = true;
-        const QStandardItem* selectItem = deviceSelectorModel->item(row, DeviceSelectColumn);
-        old.checked = selectItem && selectItem->checkState() != Qt::Unchecked;
-        if (DynamicComboBox* combo = deviceSelectorConnectionComboBox(row))
-            old.connection = combo->currentText();
-        old.ipAddress = itemText(deviceSelectorModel->item(row, DeviceIpAddressColumn));
-        old.targetPart = itemText(deviceSelectorModel->item(row, DeviceTargetPartColumn));
-        old.nickname = itemText(deviceSelectorModel->item(row, DeviceNicknameColumn));
-        if (batch)
-            deviceSelectorRowsToRemove.insert(row);
-        else
-            deviceSelectorModel->removeRow(row);
-    }
-    for (int pending = 0; batch && !merged && pending < deviceSelectorPendingRows.size(); ++pending) {
-        const QList<QStandardItem*> items = deviceSelectorPendingRows.at(pending);
-        if (items.at(DeviceSerialNumberColumn)->text() != serialNumber)
-            continue;
-        merged = true;
-        old.checked = items.at(DeviceSelectColumn)->checkState() != Qt::Unchecked;
-        old.connection = deviceSelectorPendingConnections.at(pending).value(0);
-        old.ipAddress = items.at(DeviceIpAddressColumn)->text();
-        old.targetPart = items.at(DeviceTargetPartColumn)->text();
-        old.nickname = items.at(DeviceNicknameColumn)->text();
-        qDeleteAll(items);
-        deviceSelectorPendingRows.removeAt(pending);
-        deviceSelectorPendingConnections.removeAt(pending);
-    }
-
-    QString mergedIp = ipAddress;
-    QString mergedPart = targetPart;
-    QString mergedNickname = nickname;
-    if (merged) {
-        if (mergedIp.isEmpty())
-            mergedIp = old.ipAddress;
-        if (mergedNickname.isEmpty())
-            mergedNickname = old.nickname;
-        if (mergedPart.isEmpty())
-            mergedPart = old.targetPart;
-        if (!usb)
-            usb = old.connection == usbText;
-        if (!ip)
-            ip = old.connection == ipText || !mergedIp.isEmpty();
-        checked = checked || old.checked;
-    }
-
-    QStringList connections;
-    if (merged && !old.connection.isEmpty())
-        connections << old.connection;
-    if (usb && !connections.contains(usbText))
-        connections << usbText;
-    if (ip && !connections.contains(ipText))
-        connections << ipText;
-
-    const QList<QStandardItem*> items =
-        createRowItems(serialNumber, mergedIp, mergedPart, mergedNickname, checked, editable);
-    if (batch) {
-        deviceSelectorPendingRows.append(items);
-        deviceSelectorPendingConnections.append(connections);
-        return;
-    }
-    deviceSelectorModel->appendRow(items);
-    deviceSelectorAttachConnectionBox(deviceSelectorModel->rowCount() - 1, connections);
-    deviceSelectorResizeColumns();
-    if (deviceSelectorTreeView)
-        deviceSelectorTreeView->header()->setStretchLastSection(true);
-}
-
-void BulkOperationsWidget::deviceSelectorAttachConnectionBox(int row, const QStringList& connections)
-{
-    if (!deviceSelectorTreeView)
-        return;
-    deviceSelectorRowsEnabled = -1;
-    auto* combo = new DynamicComboBox();
-    connect(combo, &DynamicComboBox::showingPopup, this,
-            &BulkOperationsWidget::deviceSelectorOnConnectionTypeComboBoxOpened);
-    combo->addItems(connections);
-    combo->setCurrentIndex(0);
-    deviceSelectorTreeView->setIndexWidget(deviceSelectorModel->index(row, DeviceConnectionColumn), combo);
+    if (deviceTable)
+        deviceTable->addDevice(serialNumber, ipAddress, targetPart, nickname, usb, ip, checked, editable);
 }
 
 void BulkOperationsWidget::deviceSelectorBeginRowBatch()
 {
-    ++deviceSelectorBatchDepth;
+    deviceTable->beginBatch();
 }
 
 void BulkOperationsWidget::deviceSelectorEndRowBatch()
 {
-    if (deviceSelectorBatchDepth == 0 || --deviceSelectorBatchDepth > 0)
-        return;
+    deviceTable->endBatch();
+}
 
-    // Replaced rows go in runs from the bottom up, then the new rows arrive in
-    // one insertion: the view lays itself out once instead of once per row.
-    QList<int> removals = deviceSelectorRowsToRemove.values();
-    deviceSelectorRowsToRemove.clear();
-    std::sort(removals.begin(), removals.end(), std::greater<int>());
-    for (int index = 0; index < removals.size();) {
-        int first = removals.at(index);
-        int count = 1;
-        while (index + count < removals.size() && removals.at(index + count) == first - 1) {
-            --first;
-            ++count;
-        }
-        deviceSelectorModel->removeRows(first, count);
-        index += count;
-    }
-
-    const QList<QList<QStandardItem*>> rows = deviceSelectorPendingRows;
-    const QList<QStringList> connections = deviceSelectorPendingConnections;
-    deviceSelectorPendingRows.clear();
-    deviceSelectorPendingConnections.clear();
-    if (!rows.isEmpty()) {
-        const int first = deviceSelectorModel->rowCount();
-        deviceSelectorModel->insertRows(first, int(rows.size()));
-        for (int row = 0; row < rows.size(); ++row)
-            for (int column = 0; column < rows.at(row).size(); ++column)
-                deviceSelectorModel->setItem(first + row, column, rows.at(row).at(column));
-        for (int row = 0; row < rows.size(); ++row)
-            deviceSelectorAttachConnectionBox(first + row, connections.at(row));
-    }
-    deviceSelectorResizeColumns();
-    if (deviceSelectorTreeView)
-        deviceSelectorTreeView->header()->setStretchLastSection(true);
+void BulkOperationsWidget::deviceSelectorHoldColumnFits(bool hold)
+{
+    deviceTable->holdColumnFits(hold);
 }
 
 void BulkOperationsWidget::deviceSelectorAddManualDeviceRow()
@@ -364,68 +175,35 @@ void BulkOperationsWidget::deviceSelectorAddManualDeviceRow()
 
 QString BulkOperationsWidget::getDeviceIdInModel(int row) const
 {
-    if (!deviceSelectorModel)
-        return QString();
-    auto text = [this, row](int column) {
-        const QStandardItem* item = deviceSelectorModel->item(row, column);
-        return item ? item->text().trimmed() : QString();
-    };
-    const QString serialNumber = text(DeviceSerialNumberColumn);
-    if (!serialNumber.isEmpty())
-        return serialNumber;
-    return text(DeviceIpAddressColumn);
+    return deviceTable ? deviceTable->idOf(row) : QString();
 }
 
 int BulkOperationsWidget::getDeviceIndexInModel(const QString& id) const
 {
-    if (!deviceSelectorModel)
-        return -1;
-    if (!deviceSelectorRowIndexValid) {
-        // The first row whose serial number, or else IP address, is the id wins, as in a scan.
-        deviceSelectorRowIndex.clear();
-        const int rowCount = deviceSelectorModel->rowCount();
-        for (int row = 0; row < rowCount; ++row) {
-            for (int column : {DeviceSerialNumberColumn, DeviceIpAddressColumn}) {
-                if (const QStandardItem* item = deviceSelectorModel->item(row, column)) {
-                    const QString text = item->text();
-                    if (!deviceSelectorRowIndex.contains(text))
-                        deviceSelectorRowIndex.insert(text, row);
-                }
-            }
-        }
-        deviceSelectorRowIndexValid = true;
-    }
-    return deviceSelectorRowIndex.value(id, -1);
+    return deviceTable ? deviceTable->rowOf(id) : -1;
 }
 
 QString BulkOperationsWidget::connectionTypeToString(BatchUtil::ConnectionType type)
 {
-    switch (type) {
-    case BatchUtil::Usb:
-        return usbText;
-    case BatchUtil::Ip:
-        return ipText;
-    default:
-        return QStringLiteral("Unknown");
-    }
+    return DeviceTable::connectionText(type);
 }
 
 BatchUtil::ConnectionType BulkOperationsWidget::connectionTypeFromString(const QString& text)
 {
-    const QString upper = text.toUpper();
-    if (upper == usbText)
-        return BatchUtil::Usb;
-    if (upper == ipText)
-        return BatchUtil::Ip;
-    return BatchUtil::Unknown;
+    return DeviceTable::connectionType(text);
 }
 
 DynamicComboBox* BulkOperationsWidget::deviceSelectorConnectionComboBox(int row) const
 {
-    if (!deviceSelectorModel || !deviceSelectorTreeView)
-        return nullptr;
-    return qobject_cast<DynamicComboBox*>(
-        deviceSelectorTreeView->indexWidget(deviceSelectorModel->index(row, DeviceConnectionColumn)));
+    return deviceTable ? deviceTable->connectionBox(row) : nullptr;
+}
+
+QList<JobDevice> BulkOperationsWidget::deviceSelectorJobDevices(const QList<int>& rows) const
+{
+    QList<JobDevice> devices;
+    for (int row : rows)
+        devices << deviceTable->jobDevice(row);
+    return devices;
 }
 
 QList<int> BulkOperationsWidget::deviceSelectorHighlightedRows() const
@@ -615,19 +393,7 @@ void BulkOperationsWidget::deviceSelectorEnableGuiElements(bool enable)
 {
     if (!deviceSelectorModel)
         return;
-    // A job run asks again at every process start; the rows are walked only when they may differ.
-    if (deviceSelectorRowsEnabled != int(enable)) {
-        for (int row = 0; row < deviceSelectorModel->rowCount(); ++row) {
-            if (QStandardItem* item = deviceSelectorModel->item(row, DeviceSelectColumn))
-                item->setEnabled(enable);
-            if (QWidget* combo = deviceSelectorConnectionComboBox(row))
-                combo->setEnabled(enable);
-            for (int column : {DeviceSerialNumberColumn, DeviceIpAddressColumn, DeviceTargetPartColumn})
-                if (QStandardItem* item = deviceSelectorModel->item(row, column))
-                    item->setEditable(enable);
-        }
-        deviceSelectorRowsEnabled = int(enable);
-    }
+    deviceTable->setRowsEnabled(enable);
 
     deviceSelectorDiscoverUsbCheckBox->setEnabled(enable);
     deviceSelectorDiscoverIpCheckBox->setEnabled(enable);
@@ -648,18 +414,12 @@ void BulkOperationsWidget::deviceSelectorEnableGuiElements(bool enable)
 
 void BulkOperationsWidget::deviceSelectorResizeColumn(int column)
 {
-    if (deviceSelectorBatchDepth > 0 || !deviceSelectorTreeView)
-        return;
-    if (column == DeviceStatusColumn)
-        deviceSelectorTreeView->fitTextColumnToContents(column);
-    else
-        deviceSelectorTreeView->resizeColumnToContents(column);
+    if (deviceTable)
+        deviceTable->resizeColumn(column);
 }
 
 void BulkOperationsWidget::deviceSelectorResizeColumns()
 {
-    if (deviceSelectorBatchDepth > 0 || !deviceSelectorTreeView)
-        return;
-    for (int column = 0; column < DeviceColumnCount; ++column)
-        deviceSelectorTreeView->resizeColumnToContents(column);
+    if (deviceTable)
+        deviceTable->resizeColumns();
 }

@@ -77,7 +77,14 @@ void CorvaneProcessRunner::refreshExecutablePath()
 
 void CorvaneProcessRunner::refreshMaxConcurrentProcesses()
 {
-    setMaxConcurrentProcesses(Settings::maxConcurrentProcessesSetting());
+    setMaxConcurrentProcesses(concurrencyOverride > 0 ? concurrencyOverride
+                                                      : Settings::maxConcurrentProcessesSetting());
+}
+
+void CorvaneProcessRunner::overrideMaxConcurrentProcesses(int count)
+{
+    concurrencyOverride = count;
+    refreshMaxConcurrentProcesses();
 }
 
 QString CorvaneProcessRunner::getExecutablePath() const
@@ -103,6 +110,21 @@ void CorvaneProcessRunner::abortTasksNotYetStarted()
 {
     while (!queue.isEmpty())
         emit taskAborted(queue.takeFirst().id);
+}
+
+void CorvaneProcessRunner::finishIfIdle()
+{
+    if (queue.isEmpty() && running.empty())
+        emit allTasksFinished();
+}
+
+void CorvaneProcessRunner::killRunningProcesses()
+{
+    // Each killed process reports its end through its own finish handler.
+    for (const auto& state : running) {
+        state->process->terminate();
+        state->process->kill();
+    }
 }
 
 void CorvaneProcessRunner::startRemainingProcesses()
@@ -131,7 +153,9 @@ void CorvaneProcessRunner::startRemainingProcesses()
         connect(process, &QProcess::readyReadStandardError, this,
                 [this, process] { onStandardError(process); });
         connect(process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this,
-                [this, process](int exitCode, QProcess::ExitStatus) { onFinished(process, exitCode); });
+                [this, process](int exitCode, QProcess::ExitStatus status) {
+                    onFinished(process, exitCode, status == QProcess::CrashExit);
+                });
 
         // The timer runs from before the start, so a slow start counts too.
         if (task.timeout > 0) {
@@ -247,11 +271,13 @@ void CorvaneProcessRunner::onStandardError(QProcess* process)
 
 void CorvaneProcessRunner::onTimeout(QProcess* process)
 {
+    if (ProcessState* state = stateOf(process))
+        state->timedOut = true;
     process->terminate();
     process->kill();
 }
 
-void CorvaneProcessRunner::onFinished(QProcess* process, int exitCode)
+void CorvaneProcessRunner::onFinished(QProcess* process, int exitCode, bool crashed)
 {
     // Every line reported so far comes before the end of any task.
     emitPendingLines();
@@ -273,6 +299,8 @@ void CorvaneProcessRunner::onFinished(QProcess* process, int exitCode)
     CorvaneProcessResult result;
     result.id = state->id;
     result.exitCode = exitCode;
+    result.crashed = crashed || state->timedOut;
+    result.timedOut = state->timedOut;
     result.stdoutData = collectedOutput(*state);
     result.stderrData = state->stderrData;
 

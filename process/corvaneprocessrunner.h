@@ -29,6 +29,9 @@ public:
     void setExecutablePath(const QString& path);
     void setMaxConcurrentProcesses(int count);
     void refreshMaxConcurrentProcesses();
+    // A limit that wins over the setting until set back to 0 (headless runs
+    // take it from their command line).
+    void overrideMaxConcurrentProcesses(int count);
     QString getExecutablePath() const;
 
     int queuedTaskCount() const { return queue.size(); }
@@ -46,6 +49,11 @@ public slots:
     void clearQueue();
     void abortTasksNotYetStarted();
     void refreshExecutablePath();
+    // Emits allTasksFinished when nothing is queued or running: after a start
+    // failure dropped a task, no finish would ever report the end.
+    void finishIfIdle();
+    // Ends every running process at once; queued tasks stay queued.
+    void killRunningProcesses();
 
 private:
     struct ProcessState
@@ -62,6 +70,7 @@ private:
         int headEnd = -1;
         qint64 omittedBytes = 0;
         QByteArray lastOmittedActionLine;
+        bool timedOut = false;
     };
 
     void startRemainingProcesses();
@@ -69,7 +78,7 @@ private:
     void onStandardOutput(QProcess* process);
     void onStandardError(QProcess* process);
     void onTimeout(QProcess* process);
-    void onFinished(QProcess* process, int exitCode);
+    void onFinished(QProcess* process, int exitCode, bool crashed);
     void emitLines(const QString& id, const QByteArray& chunk);
     // Emits the lines of waiting chunks in arrival order; with a budget, stops
     // after the chunk that used it up.
@@ -79,6 +88,7 @@ private:
 
     QString executablePath;
     int maxConcurrentProcesses = 1;
+    int concurrencyOverride = 0;
     QList<CorvaneProcessTask> queue;
     std::vector<std::unique_ptr<ProcessState>> running;
     // Large chunks whose lines are still to be reported (task id, chunk): when

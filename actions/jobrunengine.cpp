@@ -1,0 +1,292 @@
+#include "jobrunengine.h"
+
+#include "corvaneprocessrunner.h"
+#include "devicelogfiles.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QTemporaryDir>
+#include <QTimer>
+
+namespace {
+
+// The run's messages are the page's own: they keep its translation context.
+QString pageText(const char* text)
+{
+    return QCoreApplication::translate("BulkOperationsWidget", text);
+}
+
+const QByteArray actionLineStart = QByteArrayLiteral("Running action");
+
+} // namespace
+
+JobRunEngine::JobRunEngine(CorvaneProcessRunner* runner, QObject* parent) : QObject(parent), runner(runner)
+{
+    qRegisterMetaType<JobDeviceRun>();
+    connect(&batchUtil, &BatchUtil::errorEncountered, this, &JobRunEngine::errorEncountered);
+}
+
+// The run folder goes with the engine: a page closed mid-run leaves nothing behind.
+JobRunEngine::~JobRunEngine() = default;
+
+QString JobRunEngine::bundleFileName(const QDateTime& moment)
+{
+    return QStringLiteral("bulk_operation_%1.%2")
+        .arg(moment.toString(QStringLiteral("yyyyMMdd_HHmmss")), QStringLiteral("hwj"));
+}
+
+bool JobRunEngine::start(const JobRunRequest& request)
+{
+    if (running)
+        return false;
+    // Until the run starts the folder goes with this object; every early way out removes it.
+    auto directory = std::make_unique<QTemporaryDir>();
+    if (!directory->isValid()) {
+        emit errorEncountered(
+            pageText("Cannot start job; could not create a temporary folder for the job bundle: %1")
+                .arg(directory->errorString()));
+        return false;
+    }
+    const QString path = directory->filePath(bundleFileName(QDateTime::currentDateTime()));
+    if (!batchUtil.bundleWrite(path, request.steps, request.bundleDevices, request.debugOptionsApplied,
+                               request.debugInterface, request.debugSpeed, request.variableNames))
+        return false;
+
+    const JobContext context{request.debugInterface, request.debugSpeed};
+    QVector<JobDeviceRun> queued;
+    for (const JobDevice& device : request.devices) {
+        const auto entry = JobExecution::deviceSpecificArguments(device, request.variableNames, context);
+        if (entry.first.isEmpty())
+            continue;
+        JobDeviceRun run;
+        run.id = entry.first;
+        run.device = device;
+        run.arguments = entry.second;
+        queued.append(run);
+    }
+    if (queued.isEmpty()) {
+        emit errorEncountered(pageText("No devices selected."));
+        return false;
+    }
+
+    const QDir logDirectory(request.logDirectory);
+    if (request.logging && !logDirectory.exists() && !logDirectory.mkpath(QStringLiteral("."))) {
+        // Every device would fail at once on its log file; say why instead.
+        emit errorEncountered(
+            pageText("Cannot start job; the log file directory \"%1\" could not be created. "
+                     "Please choose another log file directory or switch logging off.")
+                .arg(QDir::toNativeSeparators(logDirectory.absolutePath())));
+        return false;
+    }
+    for (auto it = queued.begin(); it != queued.end();) {
+        if (request.logging) {
+            // An edited serial number must never name a file outside the log folder.
+            if (!DeviceLogFiles::isUsableDeviceId(it->id)) {
+                emit deviceRefused(it->id, DeviceLogFiles::unusableDeviceIdMessage(it->id));
+                it = queued.erase(it);
+                continue;
+            }
+            it->logFile = logDirectory.absoluteFilePath(QStringLiteral("%1.txt").arg(it->id));
+            it->arguments << QStringLiteral("--logfile") << it->logFile;
+        }
+        it->arguments << QStringLiteral("--timeout") << QString::number(request.timeoutSeconds);
+        ++it;
+    }
+    if (queued.isEmpty())
+        return false;
+    if (!request.executableValid) {
+        emit errorEncountered(pageText("Cannot start job; the configured path does not point to a valid "
+                                       "Corvane executable. Please provide a valid path in the settings."));
+        return false;
+    }
+
+    runs = queued;
+    indexOf.clear();
+    QStringList ids;
+    for (int index = 0; index < runs.size(); ++index) {
+        indexOf.insert(runs.at(index).id, index);
+        ids << runs.at(index).id;
+    }
+    folder = std::move(directory);
+    bundle = path;
+    running = true;
+    finishedElapsedMs = 0;
+    runTimer.start();
+    emit runStarting(ids);
+
+    runner->clearQueue();
+    const QStringList base{QStringLiteral("batch"), bundle};
+    // The tool ends itself at "--timeout"; the runner sets no timer of its own for jobs.
+    for (const JobDeviceRun& run : qAsConst(runs))
+        runner->enqueueTask(CorvaneProcessTask{run.id, base + run.arguments, 0});
+    connectRunner(true);
+    runner->start();
+    // A start failure leaves the queue waiting for a finish that never comes.
+    QTimer::singleShot(0, this, &JobRunEngine::endIfStalled);
+    return true;
+}
+
+void JobRunEngine::connectRunner(bool on)
+{
+    if (!on) {
+        runner->disconnect(this);
+        return;
+    }
+    connect(runner, &CorvaneProcessRunner::processStarted, this, &JobRunEngine::onProcessStarted);
+    connect(runner, &CorvaneProcessRunner::processFeedback, this, &JobRunEngine::onProcessFeedback);
+    connect(runner, &CorvaneProcessRunner::taskFinished, this, &JobRunEngine::onTaskFinished);
+    connect(runner, &CorvaneProcessRunner::taskAborted, this, &JobRunEngine::onTaskAborted);
+    connect(runner, &CorvaneProcessRunner::allTasksFinished, this, &JobRunEngine::onAllTasksFinished);
+}
+
+JobDeviceRun* JobRunEngine::find(const QString& id)
+{
+    const auto it = indexOf.constFind(id);
+    return it == indexOf.cend() ? nullptr : &runs[*it];
+}
+
+const JobDeviceRun* JobRunEngine::device(const QString& id) const
+{
+    const auto it = indexOf.constFind(id);
+    return it == indexOf.cend() ? nullptr : &runs.at(*it);
+}
+
+void JobRunEngine::onProcessStarted(const QString& id)
+{
+    JobDeviceRun* run = find(id);
+    if (!run)
+        return;
+    run->state = JobDeviceState::Running;
+    run->startedAt = QDateTime::currentDateTime();
+    run->timer.start();
+    emit deviceStarted(id);
+}
+
+void JobRunEngine::onProcessFeedback(const QString& id, const QByteArray& line)
+{
+    JobDeviceRun* run = find(id);
+    if (!run)
+        return;
+    run->lastLine = line;
+    if (line.startsWith(actionLineStart)) {
+        const int action = JobExecution::lastRunningAction(line);
+        if (action >= 0)
+            run->action = action;
+    }
+    emit deviceOutput(id, line);
+}
+
+void JobRunEngine::onTaskFinished(const CorvaneProcessResult& result)
+{
+    // The runner starts the next queued process once this returns.
+    QTimer::singleShot(0, this, &JobRunEngine::endIfStalled);
+    JobDeviceRun* run = find(result.id);
+    if (!run)
+        return;
+    run->elapsedMs = run->timer.isValid() ? run->timer.elapsed() : 0;
+    run->finishedAt = QDateTime::currentDateTime();
+    run->exitCode = result.exitCode;
+    run->timedOut = result.timedOut;
+    run->output = result.stdoutData;
+    run->errorOutput = result.stderrData;
+    if (result.exitCode != 0 || result.crashed) {
+        // The output as a whole names the action, also when its line was left out of the live lines.
+        run->action = JobExecution::lastRunningAction(result.stdoutData);
+        run->state = result.crashed ? JobDeviceState::Crashed : JobDeviceState::Failed;
+    } else {
+        run->state = JobDeviceState::Done;
+    }
+    emit deviceFinished(*run);
+}
+
+void JobRunEngine::onTaskAborted(const QString& id)
+{
+    JobDeviceRun* run = find(id);
+    if (!run)
+        return;
+    run->state = JobDeviceState::Aborted;
+    emit deviceAborted(id);
+}
+
+void JobRunEngine::onAllTasksFinished()
+{
+    if (!running)
+        return;
+    // A device whose process could not start was dropped without a word.
+    for (JobDeviceRun& run : runs)
+        if (run.state == JobDeviceState::Waiting || run.state == JobDeviceState::Running)
+            run.state = JobDeviceState::NotStarted;
+    connectRunner(false);
+    running = false;
+    finishedElapsedMs = runTimer.elapsed();
+    folder.reset();
+    bundle.clear();
+    emit runFinished();
+}
+
+void JobRunEngine::endIfStalled()
+{
+    if (!running || runner->runningTaskCount() > 0)
+        return;
+    emit errorEncountered(pageText("The Corvane executable \"%1\" could not be started. Please check the "
+                                   "path in the settings.")
+                              .arg(QDir::toNativeSeparators(runner->getExecutablePath())));
+    // The devices still waiting are aborted; the one that failed to start was never started.
+    runner->abortTasksNotYetStarted();
+    runner->finishIfIdle();
+}
+
+void JobRunEngine::abortWaitingDevices()
+{
+    if (running)
+        runner->abortTasksNotYetStarted();
+}
+
+void JobRunEngine::killRunningDevices()
+{
+    if (running)
+        runner->killRunningProcesses();
+}
+
+JobRunCounts JobRunEngine::counts() const
+{
+    JobRunCounts counts;
+    for (const JobDeviceRun& run : runs) {
+        switch (run.state) {
+        case JobDeviceState::Waiting:
+            ++counts.waiting;
+            break;
+        case JobDeviceState::Running:
+            ++counts.running;
+            break;
+        case JobDeviceState::Done:
+            ++counts.done;
+            break;
+        case JobDeviceState::Failed:
+            ++counts.failed;
+            break;
+        case JobDeviceState::Crashed:
+            ++counts.crashed;
+            break;
+        case JobDeviceState::Aborted:
+            ++counts.aborted;
+            break;
+        case JobDeviceState::NotStarted:
+            ++counts.notStarted;
+            break;
+        }
+    }
+    return counts;
+}
+
+qint64 JobRunEngine::elapsedMs() const
+{
+    if (running)
+        return runTimer.elapsed();
+    return finishedElapsedMs;
+}
+
+QString JobRunEngine::runFolder() const
+{
+    return folder ? folder->path() : QString();
+}

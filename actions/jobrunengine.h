@@ -1,0 +1,156 @@
+#pragma once
+
+#include "batchutil.h"
+#include "corvaneprocessresult.h"
+#include "jobexecution.h"
+
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QHash>
+#include <QObject>
+#include <QStringList>
+#include <QVector>
+
+#include <memory>
+
+class CorvaneProcessRunner;
+class QTemporaryDir;
+
+// Everything a job run needs, whoever starts it: the job as it is saved in a
+// bundle, the devices to run it on and the run's settings.
+struct JobRunRequest
+{
+    // The bundle's content.
+    QList<QMap<QString, QVariant>> steps;
+    QStringList variableNames;
+    QList<BatchUtil::DeviceEntry> bundleDevices;
+    bool debugOptionsApplied = false;
+    QString debugInterface;
+    int debugSpeed = 0;
+
+    // The devices to run, in order; those without the value their connection
+    // needs are left out.
+    QList<JobDevice> devices;
+
+    bool logging = true;
+    QString logDirectory;
+    int timeoutSeconds = 120;
+    // A run with an executable known to be unusable is refused.
+    bool executableValid = true;
+};
+
+// Where a device of a run stands.
+enum class JobDeviceState
+{
+    Waiting,
+    Running,
+    Done,
+    Failed,
+    Crashed,
+    Aborted,
+    NotStarted
+};
+
+// One device of a run, as the engine knows it.
+struct JobDeviceRun
+{
+    QString id;
+    JobDevice device;
+    QStringList arguments; // the device's own arguments, after "batch" and the bundle
+    QString logFile;       // empty without logging
+    JobDeviceState state = JobDeviceState::Waiting;
+    // The action the device runs (or ran last); -1 before the first one.
+    int action = -1;
+    QByteArray lastLine;
+    qint64 elapsedMs = 0;
+    int exitCode = 0;
+    bool timedOut = false;
+    QDateTime startedAt;
+    QDateTime finishedAt;
+    QByteArray output;      // standard output, as far as the runner keeps it
+    QByteArray errorOutput; // standard error
+    QElapsedTimer timer;
+};
+
+// How many devices of a run are in each state.
+struct JobRunCounts
+{
+    int waiting = 0, running = 0, done = 0, failed = 0, crashed = 0, aborted = 0, notStarted = 0;
+    int total() const { return waiting + running + done + failed + crashed + aborted + notStarted; }
+    int unsuccessful() const { return failed + crashed + aborted + notStarted; }
+};
+
+// Runs a job on many devices: writes the job bundle into a run folder of its
+// own, builds each device's "batch" invocation, runs them through the process
+// runner and follows every device from waiting to its outcome. It knows
+// nothing of windows; the page and the headless run both listen to its
+// signals.
+class JobRunEngine : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit JobRunEngine(CorvaneProcessRunner* runner, QObject* parent = nullptr);
+    ~JobRunEngine() override;
+
+    // Starts the run; false when it was refused (the reason went out through
+    // errorEncountered, or through deviceRefused for every device).
+    bool start(const JobRunRequest& request);
+    bool isRunning() const { return running; }
+
+    // The devices of the current or last run, in the order they were queued.
+    const QVector<JobDeviceRun>& devices() const { return runs; }
+    const JobDeviceRun* device(const QString& id) const;
+    JobRunCounts counts() const;
+    // Milliseconds since the current or last run started, until it ended.
+    qint64 elapsedMs() const;
+    // The folder holding the run's job bundle; empty when no run is on.
+    QString runFolder() const;
+    QString bundlePath() const { return bundle; }
+
+    // The file name of the run's job bundle for a given moment.
+    static QString bundleFileName(const QDateTime& moment);
+
+public slots:
+    // Devices not yet started are aborted; running ones go on to their end.
+    void abortWaitingDevices();
+    // Running devices are ended at once as well.
+    void killRunningDevices();
+
+signals:
+    void errorEncountered(const QString& message);
+    // A device left out before the start, with the reason for its row.
+    void deviceRefused(const QString& id, const QString& message);
+    // The devices are queued and about to start.
+    void runStarting(const QStringList& ids);
+    void deviceStarted(const QString& id);
+    // One line of a device's output, as the tool printed it.
+    void deviceOutput(const QString& id, const QByteArray& line);
+    // Done, failed or crashed.
+    void deviceFinished(const JobDeviceRun& run);
+    void deviceAborted(const QString& id);
+    // The last device has ended and the run folder is gone.
+    void runFinished();
+
+private:
+    void onProcessStarted(const QString& id);
+    void onProcessFeedback(const QString& id, const QByteArray& line);
+    void onTaskFinished(const CorvaneProcessResult& result);
+    void onTaskAborted(const QString& id);
+    void onAllTasksFinished();
+    void endIfStalled();
+    JobDeviceRun* find(const QString& id);
+    void connectRunner(bool connect);
+
+    CorvaneProcessRunner* runner;
+    BatchUtil batchUtil;
+    bool running = false;
+    QVector<JobDeviceRun> runs;
+    QHash<QString, int> indexOf;
+    std::unique_ptr<QTemporaryDir> folder;
+    QString bundle;
+    QElapsedTimer runTimer;
+    qint64 finishedElapsedMs = 0;
+};
+
+Q_DECLARE_METATYPE(JobDeviceRun)
