@@ -92,18 +92,24 @@ bool BatchUtil::createJobFile(QString path, const QList<QMap<QString, QVariant>>
 
 bool BatchUtil::parseJobFile(QString path, QList<QMap<QString, QVariant>>& steps, QStringList& parameters)
 {
+    return parseJobFileAs(path, path, steps, parameters);
+}
+
+bool BatchUtil::parseJobFileAs(const QString& path, const QString& shownPath,
+                               QList<QMap<QString, QVariant>>& steps, QStringList& parameters)
+{
     steps.clear();
     parameters.clear();
     if (!QFile::exists(path)) {
-        emit errorEncountered(tr("Job file '%1' does not exist.").arg(native(path)));
+        emit errorEncountered(tr("Job file '%1' does not exist.").arg(native(shownPath)));
         return false;
     }
-    if (!checkReadable(path, FileKind::Job))
+    if (!checkReadable(path, shownPath, FileKind::Job))
         return false;
     try {
         return readJob(YamlParser::loadFile(QFile::encodeName(path).toStdString()), steps, parameters);
     } catch (const std::exception& exception) {
-        reportUnreadable(path, FileKind::Job, exception);
+        reportUnreadable(shownPath, FileKind::Job, exception);
     }
     return false;
 }
@@ -194,21 +200,28 @@ bool BatchUtil::createDevicesFile(QString path, const QList<BatchUtil::DeviceEnt
 bool BatchUtil::parseDevicesFile(QString path, QList<BatchUtil::DeviceEntry>& devices, bool& applied,
                                  QString& debugInterface, int& speed)
 {
+    return parseDevicesFileAs(path, path, devices, applied, debugInterface, speed);
+}
+
+bool BatchUtil::parseDevicesFileAs(const QString& path, const QString& shownPath,
+                                   QList<BatchUtil::DeviceEntry>& devices, bool& applied,
+                                   QString& debugInterface, int& speed)
+{
     devices.clear();
     debugInterface = QString();
     speed = -1;
     applied = false;
     if (!QFile::exists(path)) {
-        emit errorEncountered(tr("Devices file '%1' does not exist.").arg(native(path)));
+        emit errorEncountered(tr("Devices file '%1' does not exist.").arg(native(shownPath)));
         return false;
     }
-    if (!checkReadable(path, FileKind::Devices))
+    if (!checkReadable(path, shownPath, FileKind::Devices))
         return false;
     try {
         return readDevices(YamlParser::loadFile(QFile::encodeName(path).toStdString()), devices, applied,
                            debugInterface, speed);
     } catch (const std::exception& exception) {
-        reportUnreadable(path, FileKind::Devices, exception);
+        reportUnreadable(shownPath, FileKind::Devices, exception);
     }
     return false;
 }
@@ -277,7 +290,7 @@ bool BatchUtil::readDevices(const YamlParser::Node& document, QList<BatchUtil::D
     return true;
 }
 
-bool BatchUtil::checkReadable(const QString& path, FileKind kind)
+bool BatchUtil::checkReadable(const QString& path, const QString& shownPath, FileKind kind)
 {
     const bool job = kind == FileKind::Job;
     // Only a regular file is read: a link may point anywhere, and a pipe or device would block.
@@ -285,20 +298,20 @@ bool BatchUtil::checkReadable(const QString& path, FileKind kind)
     if (info.isSymLink() || !info.isFile()) {
         emit errorEncountered((job ? tr("Job file '%1' is not a regular file.")
                                    : tr("Devices file '%1' is not a regular file."))
-                                  .arg(native(path)));
+                                  .arg(native(shownPath)));
         return false;
     }
     if (info.size() > MaxYamlFileSize) {
         emit errorEncountered((job ? tr("Job file '%1' is larger than %2 bytes and is not read.")
                                    : tr("Devices file '%1' is larger than %2 bytes and is not read."))
-                                  .arg(native(path))
+                                  .arg(native(shownPath))
                                   .arg(MaxYamlFileSize));
         return false;
     }
     return true;
 }
 
-void BatchUtil::reportUnreadable(const QString& path, FileKind kind, const std::exception& exception)
+void BatchUtil::reportUnreadable(const QString& shownPath, FileKind kind, const std::exception& exception)
 {
     const bool job = kind == FileKind::Job;
     using Limit = YamlParser::Node::LimitExceeded;
@@ -310,7 +323,7 @@ void BatchUtil::reportUnreadable(const QString& path, FileKind kind, const std::
                           "line %3, column %4 (an alias may refer back to its own anchor).")
                      : tr("Devices file '%1' is refused: its mappings are nested more than %2 levels deep "
                           "at line %3, column %4 (an alias may refer back to its own anchor)."))
-                    .arg(native(path))
+                    .arg(native(shownPath))
                     .arg(YamlParser::Node::MaxDepth);
         } else {
             message =
@@ -318,7 +331,7 @@ void BatchUtil::reportUnreadable(const QString& path, FileKind kind, const std::
                           "%4 (aliases may repeat parts of the document).")
                      : tr("Devices file '%1' is refused: it expands to more than %2 values at line %3, "
                           "column %4 (aliases may repeat parts of the document)."))
-                    .arg(native(path))
+                    .arg(native(shownPath))
                     .arg(qulonglong(YamlParser::Node::MaxNodes));
         }
         message = message.arg(limit->line()).arg(limit->column());
@@ -326,14 +339,14 @@ void BatchUtil::reportUnreadable(const QString& path, FileKind kind, const std::
         // yaml-cpp's own text for this case reads "bad file".
         message = (job ? tr("Job file '%1' is refused: it is nested too deeply at line %2, column %3.")
                        : tr("Devices file '%1' is refused: it is nested too deeply at line %2, column %3."))
-                      .arg(native(path))
+                      .arg(native(shownPath))
                       .arg(deep->mark.line + 1)
                       .arg(deep->mark.column + 1);
     } else {
         // yaml-cpp's text carries the line and column of a syntax error.
         message = (job ? tr("Job file '%1' could not be read: %2.")
                        : tr("Devices file '%1' could not be read: %2."))
-                      .arg(native(path), QString::fromLocal8Bit(exception.what()));
+                      .arg(native(shownPath), QString::fromLocal8Bit(exception.what()));
     }
     emit errorEncountered(message);
 }
@@ -405,14 +418,15 @@ bool BatchUtil::bundleRead(QString bundlePath, QList<QMap<QString, QVariant>>& s
         emit errorEncountered(tr("Could not extract job bundle file '%1'.").arg(native(bundlePath)));
         return false;
     }
-    // Each extract operation unpacks the bundle again; that keeps them usable on their own.
+    // Each extract operation unpacks the bundle again; that keeps them usable on their own. Messages name
+    // the bundle: the extracted files are gone by the time the user reads them.
     QString devicesPath;
     if (!bundleExtractDevicesFile(bundlePath, staging.path(), devicesPath) ||
-        !parseDevicesFile(devicesPath, devices, applied, debugInterface, speed))
+        !parseDevicesFileAs(devicesPath, bundlePath, devices, applied, debugInterface, speed))
         return false;
     QString jobPath;
     if (!bundleExtractJobCommonFile(bundlePath, staging.path(), jobPath) ||
-        !parseJobFile(jobPath, steps, parameters))
+        !parseJobFileAs(jobPath, bundlePath, steps, parameters))
         return false;
     return true;
 }

@@ -52,8 +52,13 @@ public:
         }
     };
 
-    // A job or devices file is a few kilobytes; anything beyond this is refused before parsing.
-    static constexpr qint64 MaxYamlFileSize = 512 * 1024;
+    // Larger files are refused before parsing. The bound covers what the program writes for 10,000 devices
+    // or 1,000 steps, with margin. A device entry takes at most about 950 bytes: 107 of keys, indentation
+    // and fixed values, a 10-digit serial, an IP address or host name of up to 253 bytes, a part name of 64
+    // and a nickname of 128 characters at up to three bytes each in UTF-8, and quotes; 10,000 entries stay
+    // under 10 MiB. The largest step, a flash step with an image path of PATH_MAX (4096 bytes), takes
+    // under 4.5 KiB, so 1,000 steps stay under 4.5 MiB.
+    static constexpr qint64 MaxYamlFileSize = 12 * 1024 * 1024;
 
     explicit BatchUtil(QObject* parent = nullptr);
 
@@ -92,8 +97,14 @@ private:
                  QStringList& parameters);
     bool readDevices(const YamlParser::Node& document, QList<BatchUtil::DeviceEntry>& devices, bool& applied,
                      QString& debugInterface, int& speed);
-    bool checkReadable(const QString& path, FileKind kind);
-    void reportUnreadable(const QString& path, FileKind kind, const std::exception& exception);
+    // shownPath names the file in messages: the bundle the user chose when path was extracted from it.
+    bool parseJobFileAs(const QString& path, const QString& shownPath, QList<QMap<QString, QVariant>>& steps,
+                        QStringList& parameters);
+    bool parseDevicesFileAs(const QString& path, const QString& shownPath,
+                            QList<BatchUtil::DeviceEntry>& devices, bool& applied, QString& debugInterface,
+                            int& speed);
+    bool checkReadable(const QString& path, const QString& shownPath, FileKind kind);
+    void reportUnreadable(const QString& shownPath, FileKind kind, const std::exception& exception);
     bool writeText(const QString& path, FileKind kind, const std::string& text);
     bool bundleExtractFile(const QString& bundlePath, const QString& targetDirectory, const QString& fileName,
                            QString& extractedPath);

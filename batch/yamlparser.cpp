@@ -1,5 +1,9 @@
 #include "yamlparser.h"
 
+#include <yaml-cpp/eventhandler.h>
+
+#include <fstream>
+
 namespace YamlParser {
 
 namespace {
@@ -14,6 +18,42 @@ const char* limitText(Node::LimitExceeded::Kind kind)
     return kind == Node::LimitExceeded::Depth ? "YAML mappings nested too deeply"
                                               : "YAML document expands to too many nodes";
 }
+
+// Counts the nodes of a document as the parser reports them, without building anything, and gives up once
+// they exceed the budget.
+class NodeCounter : public YAML::EventHandler
+{
+public:
+    void OnDocumentStart(const YAML::Mark&) override {}
+    void OnDocumentEnd() override {}
+    void OnNull(const YAML::Mark& mark, YAML::anchor_t) override { count(mark); }
+    void OnAlias(const YAML::Mark& mark, YAML::anchor_t) override { count(mark); }
+    void OnScalar(const YAML::Mark& mark, const std::string&, YAML::anchor_t, const std::string&) override
+    {
+        count(mark);
+    }
+    void OnSequenceStart(const YAML::Mark& mark, const std::string&, YAML::anchor_t,
+                         YAML::EmitterStyle::value) override
+    {
+        count(mark);
+    }
+    void OnSequenceEnd() override {}
+    void OnMapStart(const YAML::Mark& mark, const std::string&, YAML::anchor_t,
+                    YAML::EmitterStyle::value) override
+    {
+        count(mark);
+    }
+    void OnMapEnd() override {}
+
+private:
+    void count(const YAML::Mark& mark)
+    {
+        if (++m_nodes > Node::MaxNodes)
+            throw Node::LimitExceeded(Node::LimitExceeded::NodeCount, mark);
+    }
+
+    std::size_t m_nodes = 0;
+};
 
 } // namespace
 
@@ -89,6 +129,15 @@ std::vector<std::string> Node::keys() const
 
 Node loadFile(const std::string& path)
 {
+    // yaml-cpp builds the whole document before anything can be counted, at some 500 bytes a node: a file
+    // of a few megabytes of nothing but short values would take gigabytes. So the file is first read as
+    // events, which takes no memory, and refused there when it holds more nodes than the budget allows.
+    std::ifstream stream(path, std::ios::binary);
+    if (stream) {
+        YAML::Parser parser(stream);
+        NodeCounter counter;
+        parser.HandleNextDocument(counter);
+    }
     return Node(YAML::LoadFile(path));
 }
 

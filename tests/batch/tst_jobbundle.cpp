@@ -201,6 +201,37 @@ private slots:
         QCOMPARE(sandbox.outside(), untouched);
     }
 
+    void largeBundles()
+    {
+        Sandbox sandbox;
+        const QString path = sandbox.bench + "/bench line.hwj";
+        QList<Device> many;
+        for (quint32 i = 0; i < 5000; ++i)
+            many.append({801002345 + i, "KM32G101F512", i % 2 ? BatchUtil::Ip : BatchUtil::Usb,
+                         i % 2 ? "10.0.19.7" : "", QString::fromUtf8("Prüfplatz Süd, Halterung %1").arg(i),
+                         i % 3 == 0});
+        BatchUtil util;
+        QVERIFY(util.bundleWrite(path, sampleSteps, many, false, "SWD", 4000, {}));
+        const Bundle b = readBundle(util, path);
+        QVERIFY2(b.ok, qPrintable(b.errors.join('\n')));
+        QCOMPARE(b.devices, many);
+
+        // An oversized member is refused under the name of the bundle, not of its extracted copy.
+        {
+            QTemporaryDir content;
+            QVERIFY(writeFile(content.filePath("devices.yaml"),
+                              "devices: []\n" + QByteArray(BatchUtil::MaxYamlFileSize, '#')));
+            QVERIFY(writeFile(content.filePath("job-common.yaml"), jobYaml));
+            QVERIFY(util.zipUtil()->zip(content.path(), path));
+        }
+        QCOMPARE(readBundle(util, path).errors,
+                 QStringList{QString("Devices file '%1' is larger than %2 bytes and is not read.")
+                                 .arg(path)
+                                 .arg(BatchUtil::MaxYamlFileSize)});
+        QCOMPARE(tree(sandbox.bench), QStringList{"bench line.hwj"});
+        QCOMPARE(sandbox.outside(), untouched);
+    }
+
     void failedSaves()
     {
         QTemporaryDir bin;

@@ -69,10 +69,15 @@ private slots:
             repeated += "k" + QByteArray::number(i) + ": v, ";
         repeated += "end: v}}\ndevices: [" + QByteArray("*e, ").repeated(100) + "*e]\nsteps: [*e]\n";
         QTest::newRow("repeated big entry") << "file" << repeated << bad.arg(1).arg("\\d+") << count;
+        // Without aliases too: yaml-cpp would take about 100 MB to build this before anything could count.
+        const QByteArray dense =
+            "devices: []\nsteps: []\njunk: [" + QByteArray("1,").repeated(200000) + "1]\n";
+        QTest::newRow("dense values") << "file" << dense << count << count;
 
         QByteArray oversized = "devices: []\nsteps: []\n";
         oversized += QByteArray("# filler\n").repeated(BatchUtil::MaxYamlFileSize / 9);
-        const QString tooLarge = "^{kind} '{path}' is larger than 524288 bytes and is not read\\.$";
+        const QString tooLarge = "^{kind} '{path}' is larger than " +
+                                 QString::number(BatchUtil::MaxYamlFileSize) + " bytes and is not read\\.$";
         QTest::newRow("oversized") << "file" << oversized << tooLarge << tooLarge;
 
         const QString notRegular = "^{kind} '{path}' is not a regular file\\.$";
