@@ -10,7 +10,13 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
+#include <ctime>
 #include <memory>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -104,6 +110,46 @@ bool removeLinksAndUnlock(const QString& directory)
         }
     }
     return hadLinks;
+}
+
+const char StagingPrefix[] = ".harnwick-zip-";
+
+// Removes the staging folders that saves killed half-way left in `folder` an hour or more ago; no save
+// takes that long. Everything goes through descriptors opened without following links, so a link put in
+// place of a folder is never entered, and a folder whose name was swapped meanwhile is at worst left
+// behind. A staging folder holds only files, so one level is emptied; anything else fails quietly.
+void removeStaleStagingFolders(const QString& folder)
+{
+    const int parent = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (parent < 0)
+        return;
+    DIR* entries = ::fdopendir(parent);
+    if (!entries) {
+        ::close(parent);
+        return;
+    }
+    const time_t cutoff = std::time(nullptr) - 60 * 60;
+    while (const dirent* entry = ::readdir(entries)) {
+        const char* name = entry->d_name;
+        if (std::strncmp(name, StagingPrefix, sizeof StagingPrefix - 1) != 0)
+            continue;
+        const int stale = ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        if (stale < 0)
+            continue;
+        struct stat status;
+        DIR* contents = nullptr;
+        if (::fstat(stale, &status) == 0 && status.st_mtime < cutoff)
+            contents = ::fdopendir(stale);
+        if (!contents) {
+            ::close(stale);
+            continue;
+        }
+        while (const dirent* file = ::readdir(contents))
+            ::unlinkat(stale, file->d_name, 0);
+        ::closedir(contents);
+        ::unlinkat(parent, name, AT_REMOVEDIR);
+    }
+    ::closedir(entries);
 }
 
 } // namespace
@@ -230,11 +276,13 @@ bool ZipUtil::createArchive(const QString& zipFilePath, const QStringList& optio
         return false;
     }
 
+    removeStaleStagingFolders(folderPath);
+
     // zip insists on the extension "zip", and it adds to an archive that already exists instead of
     // replacing it. So the archive is made under the zip-named variant of the target's name inside a
     // fresh private folder beside the target, then renamed over the target in one step: the target is
     // either the complete new archive or the untouched old file, and no stale archive is ever merged in.
-    QTemporaryDir staging(QDir(folderPath).filePath(QStringLiteral(".harnwick-zip-XXXXXX")));
+    QTemporaryDir staging(QDir(folderPath).filePath(QLatin1String(StagingPrefix) + QStringLiteral("XXXXXX")));
     if (!staging.isValid()) {
         emit errorEncountered(tr("Could not create a temporary folder in \"%1\" for writing the zip archive.")
                                   .arg(native(folderPath)));

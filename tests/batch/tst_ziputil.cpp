@@ -4,7 +4,12 @@
 #include "testregistry.h"
 #include "ziputil.h"
 
+#include <QRegularExpression>
 #include <QtTest>
+
+#include <ctime>
+#include <fcntl.h>
+#include <sys/stat.h>
 
 using namespace BatchTestFiles;
 
@@ -159,6 +164,34 @@ private slots:
         QCOMPARE(texts[4], QString("No items to zip were provided."));
         QCOMPARE(tree(root.path()),
                  (QStringList{"content/", "content/a.txt", "plain", "taken.hwj/", "taken.hwj/inside/"}));
+    }
+
+    void staleStagingFolders()
+    {
+        // A save killed half-way leaves its staging folder; the next save into the folder removes it once
+        // it is an hour old. Nothing else goes: not a fresh one (a save under way), not a file or a link
+        // of that name, not what a link points to.
+        QTemporaryDir root;
+        const QString bench = root.filePath("bench"), content = root.filePath("content");
+        QVERIFY(QDir().mkpath(content) && writeFile(content + "/a.txt", "a"));
+        for (const char* folder :
+             {"/bench/.harnwick-zip-old", "/bench/.harnwick-zip-new", "/bench/kept-old", "/elsewhere-old"})
+            QVERIFY(QDir().mkpath(root.path() + folder) && writeFile(root.path() + folder + "/job.zip", "x"));
+        QVERIFY(writeFile(bench + "/.harnwick-zip-file-old", "x"));
+        QVERIFY(QFile::link(root.filePath("elsewhere-old"), bench + "/.harnwick-zip-link-old"));
+        const timespec twoHoursAgo{std::time(nullptr) - 2 * 60 * 60, 0},
+            times[2] = {twoHoursAgo, twoHoursAgo};
+        for (const QString& old : tree(root.path()).filter(QRegularExpression("-old/?$")))
+            QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(root.filePath(old)), times, AT_SYMLINK_NOFOLLOW),
+                     0);
+
+        ZipUtil util;
+        QVERIFY(util.zip(content, bench + "/job.hwj"));
+        QCOMPARE(tree(root.path()),
+                 (QStringList{"bench/", "bench/.harnwick-zip-file-old", "bench/.harnwick-zip-link-old",
+                              "bench/.harnwick-zip-new/", "bench/.harnwick-zip-new/job.zip", "bench/job.hwj",
+                              "bench/kept-old/", "bench/kept-old/job.zip", "content/", "content/a.txt",
+                              "elsewhere-old/", "elsewhere-old/job.zip"}));
     }
 
     void unzipping()
