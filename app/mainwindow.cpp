@@ -11,13 +11,32 @@
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QMenuBar>
+#include <QScreen>
+#include <QSplitter>
 #include <QStandardPaths>
 #include <QThread>
 #include <QUrl>
 
 namespace {
+
 const QString jobFileExtension = QStringLiteral("hwj");
+
+// The first start's size: room for every column of the device table.
+constexpr QSize firstStartSize(1280, 800);
+
+QSplitter* childSplitter(QWidget* parent, Qt::Orientation orientation)
+{
+    if (!parent)
+        return nullptr;
+    const auto splitters = parent->findChildren<QSplitter*>(QString(), Qt::FindDirectChildrenOnly);
+    for (QSplitter* splitter : splitters) {
+        if (splitter->orientation() == orientation)
+            return splitter;
+    }
+    return nullptr;
 }
+
+} // namespace
 
 MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
 {
@@ -32,6 +51,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
 
     bulkOperationsWidget->show();
     adjustSize();
+    restoreLayout();
 }
 
 QString MainWindow::lastSessionDirectory()
@@ -44,6 +64,43 @@ QString MainWindow::lastSessionPath()
     return lastSessionDirectory() + QStringLiteral("last_session.%1").arg(jobFileExtension);
 }
 
+// The page's splitters have no names, so they are found by their place: the vertical one between the device
+// table and the actions, and inside it the horizontal one between the action list and the editor.
+QList<QPair<QString, QSplitter*>> MainWindow::pageSplitters() const
+{
+    QSplitter* page = childSplitter(bulkOperationsWidget, Qt::Vertical);
+    return {{Settings::pageSplitterKey, page},
+            {Settings::actionSplitterKey, childSplitter(page, Qt::Horizontal)}};
+}
+
+void MainWindow::saveLayout()
+{
+    SettingsUtil::setSetting(Settings::windowGroup, Settings::geometryKey, saveGeometry());
+    SettingsUtil::setSetting(Settings::windowGroup, Settings::stateKey, saveState());
+    for (const auto& [key, splitter] : pageSplitters()) {
+        if (splitter)
+            SettingsUtil::setSetting(Settings::windowGroup, key, splitter->saveState());
+    }
+}
+
+void MainWindow::restoreLayout()
+{
+    const auto stored = [](const QString& key) {
+        return SettingsUtil::getSetting(Settings::windowGroup, key, QByteArray()).toByteArray();
+    };
+    if (!restoreGeometry(stored(Settings::geometryKey))) {
+        QSize size = this->size().expandedTo(firstStartSize);
+        if (const QScreen* shown = screen())
+            size = size.boundedTo(shown->availableGeometry().size());
+        resize(size);
+    }
+    restoreState(stored(Settings::stateKey));
+    for (const auto& [key, splitter] : pageSplitters()) {
+        if (splitter)
+            splitter->restoreState(stored(key));
+    }
+}
+
 QString MainWindow::jobFileFilter() const
 {
     return tr("Harnwick Job Files (*.%1);;All Files (*)").arg(jobFileExtension);
@@ -54,8 +111,10 @@ void MainWindow::setupMenuBar()
     // The menus keep string-based connections on purpose.
     QMenu* fileMenu = menuBar()->addMenu(tr("&File"));
     QAction* loadAction = fileMenu->addAction(tr("&Load Job..."));
+    loadAction->setShortcut(QKeySequence::Open);
     connect(loadAction, SIGNAL(triggered()), this, SLOT(loadBatchJob()));
     QAction* saveAction = fileMenu->addAction(tr("&Save Job..."));
+    saveAction->setShortcut(QKeySequence::Save);
     connect(saveAction, SIGNAL(triggered()), this, SLOT(saveBatchJob()));
     fileMenu->addSeparator();
     QAction* exitAction = fileMenu->addAction(tr("E&xit"));
@@ -206,6 +265,7 @@ void MainWindow::revertCorvanePath()
 
 void MainWindow::closeEvent(QCloseEvent* event)
 {
+    saveLayout();
     bulkOperationsWidget->closeVariableExplorer();
     const QString directory = lastSessionDirectory();
     if (!QDir(directory).exists())

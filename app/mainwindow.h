@@ -4,6 +4,7 @@
 
 class BulkOperationsWidget;
 class QCloseEvent;
+class QSplitter;
 
 // The one top-level window: a thin shell around the bulk operations page
 // that adds the menus, the small settings dialogs and the last session.
@@ -41,6 +42,9 @@ protected:
 private:
     void setupMenuBar();
     QString jobFileFilter() const;
+    QList<QPair<QString, QSplitter*>> pageSplitters() const;
+    void saveLayout();
+    void restoreLayout();
 
     BulkOperationsWidget* bulkOperationsWidget = nullptr;
 };

@@ -24,12 +24,18 @@ namespace Settings {
 
 inline const QString corvaneGroup = QStringLiteral("Corvane");
 inline const QString loggingGroup = QStringLiteral("Logging");
+inline const QString windowGroup = QStringLiteral("Window");
 
 inline const QString executableKey = QStringLiteral("executable");
 inline const QString maxConcurrentProcessesKey = QStringLiteral("max_concurrent_processes");
 inline const QString processTimeoutSecondsKey = QStringLiteral("process_timeout_seconds");
 inline const QString loggingEnabledKey = QStringLiteral("enabled");
 inline const QString logFileDirectoryKey = QStringLiteral("log_file_directory");
+// Window group: what saveGeometry()/saveState() of the main window and of the page's splitters return.
+inline const QString geometryKey = QStringLiteral("geometry");
+inline const QString stateKey = QStringLiteral("state");
+inline const QString pageSplitterKey = QStringLiteral("page_splitter");
+inline const QString actionSplitterKey = QStringLiteral("action_splitter");
 
 constexpr int defaultProcessTimeoutSeconds = 120;
 constexpr int minProcessTimeoutSeconds = 10;

@@ -11,6 +11,7 @@
 #include <QLabel>
 #include <QMenuBar>
 #include <QSpinBox>
+#include <QSplitter>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
@@ -202,6 +203,46 @@ private slots:
         whenModal<QFileDialog>([](QFileDialog* dialog) { dialog->reject(); });
         window.setCorvanePath();
         QCOMPARE(Settings::executable(), QString());
+    }
+
+    void shortcutsAndLayout()
+    {
+        const auto splitter = [](MainWindow& window, Qt::Orientation orientation) -> QSplitter* {
+            for (QSplitter* splitter : window.page()->findChildren<QSplitter*>())
+                if (splitter->orientation() == orientation)
+                    return splitter;
+            return nullptr;
+        };
+        QSize size;
+        QList<int> pageSizes, actionSizes;
+        {
+            MainWindow window;
+            QMenu* file = menu(window, "&File");
+            QCOMPARE(entry(file, "&Load Job...")->shortcut(), QKeySequence(QKeySequence::Open));
+            QCOMPARE(entry(file, "&Save Job...")->shortcut(), QKeySequence(QKeySequence::Save));
+
+            window.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&window));
+            QSplitter* page = splitter(window, Qt::Vertical);
+            QSplitter* actions = splitter(window, Qt::Horizontal);
+            QVERIFY(page && actions);
+            const int pageHeight = page->height();
+            size = window.size() + QSize(200, 150);
+            window.resize(size);
+            QTRY_VERIFY(page->height() > pageHeight);
+            // Each moves by 100 pixels towards the part that is not at its minimum.
+            page->setSizes({page->sizes()[0] + 100, page->sizes()[1] - 100});
+            actions->setSizes({actions->sizes()[0] - 100, actions->sizes()[1] + 100});
+            pageSizes = page->sizes();
+            actionSizes = actions->sizes();
+            QVERIFY(window.close());
+        }
+        MainWindow again;
+        QCOMPARE(again.size(), size);
+        again.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&again));
+        QCOMPARE(splitter(again, Qt::Vertical)->sizes(), pageSizes);
+        QCOMPARE(splitter(again, Qt::Horizontal)->sizes(), actionSizes);
     }
 
     void closingCreatesTheSessionFolder()
