@@ -3,6 +3,8 @@
 #include "batchutil.h"
 #include "jobvariables.h"
 
+#include <QVariant>
+
 #include <QCoreApplication>
 #include <QRegularExpression>
 
@@ -85,6 +87,56 @@ int lastRunningAction(const QByteArray& output)
     while (matches.hasNext())
         action = matches.next().captured(1).toInt();
     return action;
+}
+
+JobDevice jobDeviceFromEntry(const BatchUtil::DeviceEntry& entry)
+{
+    JobDevice device;
+    device.serialNumber = entry.serialNumber == 0 ? QString() : QString::number(entry.serialNumber);
+    device.ipAddress = entry.ip.trimmed();
+    device.connectionType =
+        entry.connectionType == BatchUtil::Unknown ? BatchUtil::Usb : entry.connectionType;
+    device.targetPart = entry.targetDevice.trimmed();
+    device.nickname = entry.nickname;
+    return device;
+}
+
+QString deviceId(const JobDevice& device)
+{
+    return device.serialNumber.isEmpty() ? device.ipAddress : device.serialNumber;
+}
+
+QStringList variableNamesOfSteps(const QList<QMap<QString, QVariant>>& steps)
+{
+    QStringList names;
+    for (const auto& step : steps)
+        if (step.value(QStringLiteral("enabled")).toBool())
+            JobVariables::collectVariableNames(step, names);
+    return names;
+}
+
+namespace {
+
+QString lastLine(const QByteArray& text, bool errorsOnly)
+{
+    const QList<QByteArray> lines = text.split('\n');
+    for (auto it = lines.crbegin(); it != lines.crend(); ++it) {
+        const QByteArray line = it->trimmed();
+        if (!line.isEmpty() && (!errorsOnly || line.startsWith("ERROR")))
+            return QString::fromUtf8(line);
+    }
+    return QString();
+}
+
+} // namespace
+
+QString failureLine(const QByteArray& output, const QByteArray& errorOutput)
+{
+    for (const QString& line : {lastLine(output, true), lastLine(errorOutput, true),
+                                lastLine(errorOutput, false), lastLine(output, false)})
+        if (!line.isEmpty())
+            return line;
+    return QString();
 }
 
 } // namespace JobExecution

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "batchutil.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QMap>
@@ -47,5 +49,20 @@ QString elapsedText(qint64 milliseconds);
 
 // The number of the last "Running action N" line, or -1 when none started.
 int lastRunningAction(const QByteArray& output);
+
+// A device of a job bundle as a run sees it once the bundle is loaded: with no
+// connection stored, the first the table offers, USB.
+JobDevice jobDeviceFromEntry(const BatchUtil::DeviceEntry& entry);
+
+// The device's id: its serial number, else its IP address.
+QString deviceId(const JobDevice& device);
+
+// The variables the enabled steps use, in the order the page collects them.
+QStringList variableNamesOfSteps(const QList<QMap<QString, QVariant>>& steps);
+
+// The line that best says why a device's job failed: the tool's last line
+// starting with "ERROR" (standard output first, then standard error), else the
+// last line of standard error, else the last line of standard output.
+QString failureLine(const QByteArray& output, const QByteArray& errorOutput);
 
 } // namespace JobExecution

@@ -2,7 +2,7 @@
 
 #include "corporatecolors.h"
 #include "corvaneprocessrunner.h"
-#include "forkedprocess.h"
+#include "corvaneexecutable.h"
 #include "qprogressindicator.h"
 #include "settingsutil.h"
 #include "variableexplorerwidget.h"
@@ -10,7 +10,6 @@
 #include <QColor>
 #include <QCoreApplication>
 #include <QEvent>
-#include <QFile>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QLabel>
@@ -121,19 +120,7 @@ bool BulkOperationsWidget::validateCorvaneExecutable(const QString& path)
         corvaneProcessRunner->refreshExecutablePath();
         executable = corvaneProcessRunner->getExecutablePath();
     }
-    if (!QFile::exists(executable))
-        return false;
-
-    // A bounded wait on purpose: the check must answer before the page is usable.
-    ForkedProcess process;
-    process.start(executable, {QStringLiteral("batch"), QStringLiteral("-h")}, QIODevice::ReadWrite);
-    const bool finished = process.waitForFinished(executableCheckTimeoutMs);
-    if (!finished) {
-        process.kill();
-        process.waitForFinished(1000);
-        return false;
-    }
-    return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    return CorvaneExecutable::answersBatchHelp(executable, executableCheckTimeoutMs);
 }
 
 void BulkOperationsWidget::newCorvaneExecutablePathSet(const QString& newPath)

@@ -1,32 +1,81 @@
+#include "commandlinerun.h"
+#include "interruptwatcher.h"
 #include "mainwindow.h"
 
 #include <QApplication>
 #include <QLibraryInfo>
 #include <QLocale>
+#include <QTextStream>
 #include <QTranslator>
+
+#include <cstdio>
+#include <unistd.h>
+
+// Outside any namespace: the macro declares the resource bundle's initialiser.
+static void loadResourceBundle()
+{
+    Q_INIT_RESOURCE(resources);
+}
+
+namespace {
+
+void setIdentity()
+{
+    QCoreApplication::setApplicationVersion(QStringLiteral("0v1p1b1957"));
+    QCoreApplication::setApplicationName(QStringLiteral("Harnwick"));
+    QCoreApplication::setOrganizationName(QStringLiteral("Kelmara"));
+    QCoreApplication::setOrganizationDomain(QStringLiteral("kelmara.example"));
+}
+
+// Texts follow the system locale: Qt's own from the system's Qt catalogues, the
+// program's from the catalogues in the resources. A language without a
+// catalogue stays English.
+void installTranslators(QTranslator& qtTranslator, QTranslator& translator)
+{
+    if (qtTranslator.load(QLocale(), QStringLiteral("qtbase"), QStringLiteral("_"),
+                          QLibraryInfo::location(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(&qtTranslator);
+    if (translator.load(QLocale(), QStringLiteral("harnwick"), QStringLiteral("_"),
+                        QStringLiteral(":/translations")))
+        QCoreApplication::installTranslator(&translator);
+}
+
+// "--run", "--help" and "--version" work without a display: no QApplication is made.
+int runFromCommandLine(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    setIdentity();
+    loadResourceBundle();
+    QTranslator qtTranslator;
+    QTranslator translator;
+    installTranslators(qtTranslator, translator);
+
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+    CommandLineRun run(out, err, ::isatty(STDOUT_FILENO) == 1);
+    InterruptWatcher interrupts;
+    QObject::connect(&interrupts, &InterruptWatcher::interrupted, &run, &CommandLineRun::interrupt);
+    return run.exec(QCoreApplication::arguments());
+}
+
+} // namespace
 
 int main(int argc, char** argv)
 {
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    if (CommandLineRun::isCommandLine(arguments))
+        return runFromCommandLine(argc, argv);
+
     QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication app(argc, argv);
-    QApplication::setApplicationVersion(QStringLiteral("0v1p1b1957"));
-    QApplication::setApplicationName(QStringLiteral("Harnwick"));
-    QApplication::setOrganizationName(QStringLiteral("Kelmara"));
-    QApplication::setOrganizationDomain(QStringLiteral("kelmara.example"));
-    Q_INIT_RESOURCE(resources);
-
-    // Texts follow the system locale: Qt's own dialogs from the system's Qt
-    // catalogues, the program's from the catalogues in the resources. A
-    // language without a catalogue stays English.
+    setIdentity();
+    loadResourceBundle();
     QTranslator qtTranslator;
-    if (qtTranslator.load(QLocale(), QStringLiteral("qtbase"), QStringLiteral("_"),
-                          QLibraryInfo::location(QLibraryInfo::TranslationsPath)))
-        QApplication::installTranslator(&qtTranslator);
     QTranslator translator;
-    if (translator.load(QLocale(), QStringLiteral("harnwick"), QStringLiteral("_"),
-                        QStringLiteral(":/translations")))
-        QApplication::installTranslator(&translator);
+    installTranslators(qtTranslator, translator);
 
     MainWindow window;
     window.show();

@@ -55,6 +55,65 @@ private slots:
         QCOMPARE(JobExecution::lastRunningAction(output), action);
     }
 
+    void failureLines_data()
+    {
+        QTest::addColumn<QByteArray>("output");
+        QTest::addColumn<QByteArray>("errorOutput");
+        QTest::addColumn<QString>("line");
+        QTest::newRow("last error line of the output")
+            << QByteArray("ERROR: first\nRunning action 2\nERROR: second\nJob failed\n")
+            << QByteArray("oops\n") << "ERROR: second";
+        QTest::newRow("error line on standard error")
+            << QByteArray("Running action 1\n") << QByteArray("ERROR: Adapter not found\n")
+            << "ERROR: Adapter not found";
+        QTest::newRow("plain standard error")
+            << QByteArray("Running action 1\n") << QByteArray("segfault near 0x0\n\n") << "segfault near 0x0";
+        QTest::newRow("only output") << QByteArray("Running action 1\r\n  Erasing: 50%  \n") << QByteArray()
+                                     << "Erasing: 50%";
+        QTest::newRow("nothing") << QByteArray("\n\n") << QByteArray() << "";
+    }
+
+    void failureLines()
+    {
+        QFETCH(QByteArray, output);
+        QFETCH(QByteArray, errorOutput);
+        QFETCH(QString, line);
+        QCOMPARE(JobExecution::failureLine(output, errorOutput), line);
+    }
+
+    // A bundle's device and steps give what the page gives once the bundle is loaded.
+    void bundleContentAsTheWindowSeesIt()
+    {
+        BatchUtil::DeviceEntry entry;
+        entry.serialNumber = 4294967295u;
+        entry.ip = QStringLiteral(" 192.0.2.7 ");
+        entry.targetDevice = QStringLiteral("KM32G101F512 ");
+        entry.nickname = QStringLiteral(" line 3");
+        JobDevice device = JobExecution::jobDeviceFromEntry(entry);
+        QCOMPARE(device.serialNumber, QStringLiteral("4294967295"));
+        QCOMPARE(device.ipAddress, QStringLiteral("192.0.2.7"));
+        QCOMPARE(device.targetPart, QStringLiteral("KM32G101F512"));
+        QCOMPARE(device.nickname, QStringLiteral(" line 3"));
+        // No stored connection: the table offers USB first.
+        QCOMPARE(device.connectionType, int(BatchUtil::Usb));
+        entry.serialNumber = 0;
+        entry.connectionType = BatchUtil::Ip;
+        device = JobExecution::jobDeviceFromEntry(entry);
+        QCOMPARE(JobExecution::deviceId(device), QStringLiteral("192.0.2.7"));
+        QCOMPARE(device.connectionType, int(BatchUtil::Ip));
+
+        const auto step = [](bool enabled, const QVariant& value) {
+            return QMap<QString, QVariant>{{QStringLiteral("task"), QStringLiteral("run_custom_command")},
+                                           {QStringLiteral("enabled"), enabled},
+                                           {QStringLiteral("arguments"), value}};
+        };
+        QCOMPARE(
+            JobExecution::variableNamesOfSteps(
+                {step(true, QStringList({"--a", "{{nickname}}", "{{Serial_Number}} {{other}}"})),
+                 step(false, QStringList({"{{target_part}}"})), step(true, QStringLiteral("{{nickname}}"))}),
+            QStringList({"nickname", "Serial_Number"}));
+    }
+
     void argumentsPerConnection()
     {
         const JobContext context{QStringLiteral("SWD"), 4000};

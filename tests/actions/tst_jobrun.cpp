@@ -1,11 +1,13 @@
 #include "../devices/devicepagehelpers.h"
 #include "actionpagehelpers.h"
+#include "commandlinerun.h"
 #include "corporatecolors.h"
 #include "corvaneprocessrunner.h"
 #include "flashingrowstyledelegate.h"
 #include "forkedprocess.h"
 #include "hexspinbox.h"
 #include "settingsutil.h"
+#include "simulatorsession.h"
 #include "testenvironment.h"
 #include "testregistry.h"
 
@@ -23,8 +25,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <tuple>
+#include <QTextStream>
 
 namespace {
 
@@ -56,33 +57,10 @@ class TestJobRun : public QObject, private DevicePage
 {
     Q_OBJECT
 
-    QTemporaryDir dir;
-    QString recordPath, logDirectory;
-    // Put back at the end: other test classes share the process environment.
-    QList<std::tuple<const char*, bool, QByteArray>> savedEnvironment;
+    SimulatorSession session{fleet};
+    const QString logDirectory = session.filePath(QStringLiteral("logs"));
 
-    void setEnvironment(const char* name, const QString& value)
-    {
-        savedEnvironment.append({name, qEnvironmentVariableIsSet(name), qgetenv(name)});
-        qputenv(name, QFile::encodeName(value));
-    }
-
-    QList<QStringList> batchInvocations() const
-    {
-        QList<QStringList> lists;
-        QFile record(recordPath);
-        if (!record.open(QIODevice::ReadOnly))
-            return lists;
-        for (const QByteArray& line : record.readAll().split('\n')) {
-            const QJsonObject object = QJsonDocument::fromJson(line).object();
-            if (object.value("command").toString() == QLatin1String("batch"))
-                lists << object.value("arguments").toVariant().toStringList();
-        }
-        // Processes start in row order but may finish in any; compare from the connection on.
-        std::sort(lists.begin(), lists.end(),
-                  [](const QStringList& a, const QStringList& b) { return a.mid(2) < b.mid(2); });
-        return lists;
-    }
+    QList<QStringList> batchInvocations() const { return session.batchInvocations(); }
 
     static void addDevices(BulkOperationsWidget& page, const QList<Device>& devices)
     {
@@ -134,34 +112,14 @@ class TestJobRun : public QObject, private DevicePage
     }
 
 private slots:
-    void initTestCase()
-    {
-        recordPath = dir.filePath(QStringLiteral("record.jsonl"));
-        logDirectory = dir.filePath(QStringLiteral("logs"));
-        QFile file(dir.filePath(QStringLiteral("fleet.yaml")));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(fleet) == fleet.size());
-        // Run folders, also those left behind on purpose, land in the test's own folder.
-        QVERIFY(QDir(dir.path()).mkpath(QStringLiteral("tmp")));
-        setEnvironment("CORVANE_SIM_FLEET", file.fileName());
-        setEnvironment("CORVANE_SIM_RECORD", recordPath);
-        setEnvironment("CORVANE_SIM_SPEED", QStringLiteral("0"));
-        setEnvironment("TMPDIR", dir.filePath(QStringLiteral("tmp")));
-    }
-
-    void cleanupTestCase()
-    {
-        for (const auto& [name, wasSet, value] : savedEnvironment)
-            wasSet ? qputenv(name, value) : qunsetenv(name);
-    }
-
     void init()
     {
         TestEnvironment::clearSettings();
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
                                  TestEnvironment::simulatorPath());
         SettingsUtil::setSetting(Settings::loggingGroup, Settings::logFileDirectoryKey, logDirectory);
-        qputenv("CORVANE_SIM_SPEED", "0");
-        QFile::remove(recordPath);
+        SimulatorSession::setSpeed("0");
+        session.clearRecord();
         QDir(logDirectory).removeRecursively();
     }
 
@@ -218,7 +176,7 @@ private slots:
         const QDateTime stamp =
             QDateTime::fromString(bundle.completeBaseName().mid(15), QStringLiteral("yyyyMMdd_HHmmss"));
         QVERIFY(stamp.secsTo(before) <= 0 && stamp <= QDateTime::currentDateTime());
-        QCOMPARE(QFileInfo(bundle.absolutePath()).absolutePath(), dir.filePath(QStringLiteral("tmp")));
+        QCOMPARE(QFileInfo(bundle.absolutePath()).absolutePath(), session.temporaryFolder());
         const QString path = bundle.filePath(), timeout = QStringLiteral("45");
         const QDir logs(logDirectory);
         QCOMPARE(runs,
@@ -241,7 +199,7 @@ private slots:
 
         // Without logging: no log argument, no files; the time limit is always passed.
         QDir(logDirectory).removeRecursively();
-        QFile::remove(recordPath);
+        session.clearRecord();
         SettingsUtil::setSetting(Settings::loggingGroup, Settings::loggingEnabledKey, false);
         runToEnd(page);
         const QList<QStringList> quiet = batchInvocations();
@@ -323,7 +281,7 @@ private slots:
 
     void refusedRuns()
     {
-        const QDir runFolders(dir.filePath(QStringLiteral("tmp")));
+        const QDir runFolders(session.temporaryFolder());
         const QStringList foldersBefore = runFolders.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
         BulkOperationsWidget page;
         addDevices(page, {{"801002345", "", "", "", false, false}, {"", "", "", "no-serial"}});
@@ -334,7 +292,7 @@ private slots:
         QCOMPARE(errorText(page), QStringLiteral("ERROR: No devices selected to run job on."));
 
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
-                                 dir.filePath(QStringLiteral("no-such-corvane")));
+                                 session.filePath(QStringLiteral("no-such-corvane")));
         BulkOperationsWidget broken;
         addDevices(broken, {{"801002345", "", "", ""}});
         addAction(broken, BulkAction::LogDeviceInfo);
@@ -362,6 +320,52 @@ private slots:
         QCOMPARE(runFolders.entryList(QDir::Dirs | QDir::NoDotAndDotDot), foldersBefore);
     }
 
+    // The same bundle run from the window and from the command line gives the same invocations,
+    // but for the run's own bundle path.
+    void headlessRunMatchesTheWindow()
+    {
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::processTimeoutSecondsKey, 45);
+        BulkOperationsWidget page;
+        addDevices(page, {{"801002345", "", "KM32G101F512", "bench-left"},
+                          {"801017734", "", "", ""},
+                          {"801020001", "192.0.2.20", "KX12B016A128", "bench-dual", true},
+                          {"801017733", "", "", "rack-a1", false, false},
+                          {"", "192.0.2.22", "", "lab-net-2", true}});
+        page.debugConnectionOptionsRestore(true, QStringLiteral("JTAG"), 4000);
+        addAction(page, BulkAction::RunCustomCommand, "customCommandLineEdit",
+                  QStringLiteral("device info --name {{nickname}} --speed {{Debug_Speed}}"));
+        addAction(page, BulkAction::Wait, "durationLineEdit", QStringLiteral("5"));
+        addAction(page, BulkAction::RunCustomCommand, "customCommandLineEdit",
+                  QStringLiteral("device info --part {{target_part}}"), false);
+        const QString bundle = session.filePath(QStringLiteral("same.hwj"));
+        page.saveBatchJob(bundle);
+
+        runToEnd(page);
+        const QList<QStringList> window = batchInvocations();
+        session.clearRecord();
+        QString out, err;
+        QTextStream outStream(&out), errStream(&err);
+        CommandLineRun headless(outStream, errStream, false);
+        // Without a nickname, the device without one fails at its first action in both runs.
+        QCOMPARE(headless.exec({QStringLiteral("harnwick"), QStringLiteral("--run"), bundle}), 1);
+        QVERIFY2(out.contains(QStringLiteral("FAILED       801017734  -  ")), qPrintable(out));
+        QVERIFY2(status(page, 1).startsWith(QStringLiteral("ERROR: Job failed during action 1 ")),
+                 qPrintable(status(page, 1)));
+        const QList<QStringList> commandLine = batchInvocations();
+
+        QCOMPARE(window.size(), 4);
+        QCOMPARE(commandLine.size(), window.size());
+        for (int run = 0; run < window.size(); ++run) {
+            QVERIFY(window[run].value(1) != commandLine[run].value(1));
+            QStringList windowArguments = window[run], commandLineArguments = commandLine[run];
+            windowArguments.removeAt(1);
+            commandLineArguments.removeAt(1);
+            QCOMPARE(commandLineArguments, windowArguments);
+        }
+        QVERIFY(window[0].contains(QStringLiteral("Debug_Speed:4000")));
+        QCOMPARE(session.runFolders(), QStringList());
+    }
+
     void saveLoadSaveGivesTheSameBundle()
     {
         BulkOperationsWidget first;
@@ -387,8 +391,8 @@ private slots:
         addAction(first, BulkAction::Wait, "durationLineEdit", QStringLiteral("250"));
         addAction(first, BulkAction::RecoverTargetDevice, nullptr, QString(), false);
 
-        const QString firstPath = dir.filePath(QStringLiteral("first.hwj"));
-        const QString secondPath = dir.filePath(QStringLiteral("second.hwj"));
+        const QString firstPath = session.filePath(QStringLiteral("first.hwj"));
+        const QString secondPath = session.filePath(QStringLiteral("second.hwj"));
         first.saveBatchJob(firstPath);
         BulkOperationsWidget second;
         second.loadBatchJob(firstPath);
@@ -398,12 +402,12 @@ private slots:
         QCOMPARE(bundleContents(secondPath), saved);
 
         // A bundle that cannot be read changes nothing.
-        QFile broken(dir.filePath(QStringLiteral("broken.hwj")));
+        QFile broken(session.filePath(QStringLiteral("broken.hwj")));
         QVERIFY(broken.open(QIODevice::WriteOnly) && broken.write("PK\x03\x04 not an archive") > 0);
         broken.close();
         second.loadBatchJob(broken.fileName());
         QVERIFY(errorText(second).startsWith(QStringLiteral("ERROR: ")));
-        second.loadBatchJob(dir.filePath(QStringLiteral("absent.hwj")));
+        second.loadBatchJob(session.filePath(QStringLiteral("absent.hwj")));
         second.saveBatchJob(secondPath);
         QCOMPARE(bundleContents(secondPath), saved);
     }

@@ -1,0 +1,265 @@
+#include "batchutil.h"
+#include "commandlinerun.h"
+#include "interruptwatcher.h"
+#include "settingsutil.h"
+#include "simulatorsession.h"
+#include "testenvironment.h"
+#include "testregistry.h"
+
+#include <QRegularExpression>
+#include <QTest>
+#include <QTextStream>
+#include <QTimer>
+
+#include <csignal>
+
+namespace {
+
+const QByteArray fleet = "adapters:\n"
+                         "  - {serial: 801002345, nickname: bench-left, part: KM32G101F512}\n"
+                         "  - {serial: 801002346, nickname: bench-right, part: KM32G101F256}\n"
+                         "  - {serial: 801017733, nickname: rack-a1, part: KM24L052C128}\n"
+                         "  - {serial: 801020001, nickname: bench-dual, ip: 192.0.2.20, part: KX12B016A128}\n"
+                         "  - serial: 801030007\n    part: KM32G101F512\n"
+                         "    faults: [{command: batch, effect: fail, step: 2, exit_code: 5}]\n"
+                         "  - serial: 801030008\n    part: KM32G101F512\n"
+                         "    faults: [{command: batch, effect: crash, step: 3}]\n";
+
+BatchUtil::DeviceEntry device(quint32 serial, const char* nickname = "", bool selected = true,
+                              BatchUtil::ConnectionType type = BatchUtil::Usb, const char* ip = "")
+{
+    BatchUtil::DeviceEntry entry;
+    entry.serialNumber = serial;
+    entry.nickname = QString::fromLatin1(nickname);
+    entry.selected = selected;
+    entry.connectionType = type;
+    entry.ip = QString::fromLatin1(ip);
+    return entry;
+}
+
+QMap<QString, QVariant> step(const char* task, const QMap<QString, QVariant>& values = {})
+{
+    QMap<QString, QVariant> map = values;
+    map.insert(QStringLiteral("task"), QString::fromLatin1(task));
+    map.insert(QStringLiteral("enabled"), true);
+    return map;
+}
+
+struct Outcome
+{
+    int exitCode = -1;
+    QString out, err;
+};
+
+} // namespace
+
+// "harnwick --run" in process: the same class main() uses, with its output captured.
+class TestCommandLineRun : public QObject
+{
+    Q_OBJECT
+
+    SimulatorSession session{fleet};
+    QString sixDevices, unchecked;
+
+    static Outcome run(const QStringList& arguments, const std::function<void(CommandLineRun&)>& during = {})
+    {
+        Outcome outcome;
+        QTextStream out(&outcome.out), err(&outcome.err);
+        CommandLineRun run(out, err, false);
+        if (during)
+            during(run);
+        outcome.exitCode = run.exec(QStringList{QStringLiteral("harnwick")} + arguments);
+        return outcome;
+    }
+
+    // The job is device info, a wait of `waitMs` and a mass erase.
+    QString writeBundle(const QString& name, const QList<BatchUtil::DeviceEntry>& devices, int waitMs = 10)
+    {
+        const QString path = session.filePath(name);
+        BatchUtil util;
+        const bool written = util.bundleWrite(
+            path,
+            {step("log_device_info"), step("wait", {{QStringLiteral("duration_ms"), waitMs}}),
+             step("run_custom_command", {{QStringLiteral("arguments"),
+                                          QStringList({"device", "info", "--label", "{{nickname}}"})}}),
+             step("mass_erase_target_device")},
+            devices, true, QStringLiteral("SWD"), 4000, {});
+        return written ? path : QString();
+    }
+
+private slots:
+    void initTestCase()
+    {
+        sixDevices = writeBundle(QStringLiteral("six.hwj"),
+                                 {device(801002345, "bench-left"), device(801002346, "bench-right"),
+                                  device(801017733, "rack-a1"),
+                                  device(801020001, "bench-dual", true, BatchUtil::Ip, "192.0.2.20"),
+                                  device(801030007, "fails"), device(801030008, "crashes")});
+        unchecked = writeBundle(QStringLiteral("unchecked.hwj"), {device(801002345, "bench-left", false)});
+        QVERIFY(!sixDevices.isEmpty() && !unchecked.isEmpty());
+    }
+
+    void init()
+    {
+        TestEnvironment::clearSettings();
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
+                                 TestEnvironment::simulatorPath());
+        SettingsUtil::setSetting(Settings::loggingGroup, Settings::logFileDirectoryKey,
+                                 session.filePath(QStringLiteral("logs")));
+        SimulatorSession::setSpeed("0");
+        session.clearRecord();
+    }
+
+    void refusedInvocations_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("message");
+        const QString six = session.filePath(QStringLiteral("six.hwj"));
+        QTest::newRow("no bundle") << QStringList{"--no-logs", "--run"} << "Missing value after '--run'.";
+        QTest::newRow("unknown option") << QStringList{"--run", six, "--fast"} << "Unknown option 'fast'.";
+        QTest::newRow("stray argument")
+            << QStringList{"--run", six, "extra"} << "Unexpected argument \"extra\".";
+        QTest::newRow("concurrency 0") << QStringList{"--run", six, "--concurrency", "0"}
+                                       << "--concurrency takes a whole number from 1 to 100, not \"0\".";
+        QTest::newRow("timeout text")
+            << QStringList{"--run", six, "--timeout", "soon"} << "--timeout takes a whole number of seconds";
+        QTest::newRow("logs both ways") << QStringList{"--run", six, "--no-logs", "--log-dir", "/tmp/x"}
+                                        << "--log-dir and --no-logs cannot be used together.";
+        QTest::newRow("missing bundle")
+            << QStringList{"--run", session.filePath("absent.hwj")}
+            << QStringLiteral("The job bundle \"%1\" does not exist").arg(session.filePath("absent.hwj"));
+        QTest::newRow("unknown device") << QStringList{"--run", six, "--devices", "801002345,801099999"}
+                                        << QStringLiteral("Device \"801099999\" is not in the job bundle");
+        QTest::newRow("nothing checked")
+            << QStringList{"--run", session.filePath("unchecked.hwj")} << "has no checked devices";
+    }
+
+    void refusedInvocations()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, message);
+        const Outcome outcome = run(arguments);
+        QCOMPARE(outcome.exitCode, 2);
+        QVERIFY2(outcome.err.contains(message), qPrintable(outcome.err));
+        QCOMPARE(outcome.out, QString());
+        QVERIFY(session.batchInvocations().isEmpty());
+    }
+
+    void unusableInputs()
+    {
+        // A corrupt bundle is named with the reader's reason.
+        const QString corrupt = session.filePath(QStringLiteral("corrupt.hwj"));
+        QFile file(corrupt);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("PK\x03\x04 not an archive") > 0);
+        file.close();
+        Outcome outcome = run({QStringLiteral("--run"), corrupt});
+        QCOMPARE(outcome.exitCode, 2);
+        QVERIFY2(outcome.err.startsWith(
+                     QStringLiteral("harnwick: Cannot read the job bundle \"%1\": ").arg(corrupt)),
+                 qPrintable(outcome.err));
+
+        // An executable that does not answer "batch -h" runs nothing.
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
+                                 QStringLiteral("/bin/false"));
+        outcome = run({QStringLiteral("--run"), sixDevices});
+        QCOMPARE(outcome.exitCode, 2);
+        QVERIFY2(outcome.err.contains(QStringLiteral("The Corvane executable \"/bin/false\" cannot be run")),
+                 qPrintable(outcome.err));
+
+        outcome = run({QStringLiteral("--help")});
+        QCOMPARE(outcome.exitCode, 0);
+        QVERIFY(outcome.out.startsWith(QStringLiteral("Usage: harnwick --run BUNDLE.hwj [options]")));
+        outcome = run({QStringLiteral("--version")});
+        QCOMPARE(outcome.exitCode, 0);
+        QCOMPARE(outcome.out, QStringLiteral("Harnwick %1\n").arg(QCoreApplication::applicationVersion()));
+        QVERIFY(session.batchInvocations().isEmpty());
+    }
+
+    void runsTheCheckedDevices()
+    {
+        const QString logs = session.filePath(QStringLiteral("cli-logs"));
+        Outcome outcome =
+            run({"--run", sixDevices, "--log-dir", logs, "--timeout", "7", "--concurrency", "3"});
+        QCOMPARE(outcome.exitCode, 1);
+        const QStringList lines = outcome.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 7);
+        const auto lineOf = [&lines](const QString& id) {
+            for (const QString& line : lines)
+                if (line.contains(QStringLiteral("  %1  ").arg(id)))
+                    return line;
+            return QString();
+        };
+        for (const char* id : {"801002345", "801002346", "801017733", "801020001"})
+            QVERIFY2(lineOf(id).startsWith(QStringLiteral("DONE")), qPrintable(outcome.out));
+        QVERIFY2(lineOf("801002345").contains(QStringLiteral("  bench-left  ")), qPrintable(outcome.out));
+        QVERIFY2(QRegularExpression(QStringLiteral("^FAILED +801030007  fails  .+  during action 2: ERROR: "
+                                                   "Simulated failure\\.$"))
+                     .match(lineOf("801030007"))
+                     .hasMatch(),
+                 qPrintable(lineOf("801030007")));
+        QVERIFY2(lineOf("801030008").startsWith(QStringLiteral("CRASHED")) &&
+                     lineOf("801030008").contains(QStringLiteral("during action 3: ")),
+                 qPrintable(lineOf("801030008")));
+        QVERIFY2(lines.last().startsWith(
+                     QStringLiteral("6 devices: 4 done, 1 failed, 1 crashed, 0 aborted, 0 not started, in ")),
+                 qPrintable(lines.last()));
+
+        const QList<QStringList> runs = session.batchInvocations();
+        QCOMPARE(runs.size(), 6);
+        QStringList logFiles;
+        for (const QStringList& arguments : runs) {
+            QCOMPARE(arguments.mid(arguments.size() - 2), QStringList({"--timeout", "7"}));
+            const QFileInfo logFile(arguments.value(arguments.indexOf(QStringLiteral("--logfile")) + 1));
+            QVERIFY2(logFile.isFile() && logFile.path() == QDir(logs).absolutePath(),
+                     qPrintable(logFile.filePath()));
+            logFiles << logFile.fileName();
+        }
+        logFiles.sort();
+        QCOMPARE(logFiles, QStringList({"801002345.txt", "801002346.txt", "801017733.txt", "801020001.txt",
+                                        "801030007.txt", "801030008.txt"}));
+        // The device kept its IP connection from the bundle.
+        QCOMPARE(runs.constFirst().mid(2, 2), QStringList({"--ip", "192.0.2.20"}));
+        QCOMPARE(session.runFolders(), QStringList());
+
+        // Named devices run whether checked or not; without logs no log file is named.
+        session.clearRecord();
+        outcome = run({"--run", unchecked, "--devices", "801002345", "--no-logs"});
+        QCOMPARE(outcome.exitCode, 0);
+        QVERIFY2(outcome.out.startsWith(QStringLiteral("DONE         801002345  bench-left  ")),
+                 qPrintable(outcome.out));
+        QCOMPARE(session.batchInvocations().size(), 1);
+        QVERIFY(!session.batchInvocations().constFirst().contains(QStringLiteral("--logfile")));
+    }
+
+    // Ctrl+C, through the real signal path: the first aborts the waiting devices,
+    // the second ends the running one.
+    void interruptAbortsThenEnds()
+    {
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 1);
+        SimulatorSession::setSpeed("1");
+        const QString slow = writeBundle(
+            QStringLiteral("slow.hwj"),
+            {device(801002345, "bench-left"), device(801002346, "bench-right"), device(801017733, "rack-a1")},
+            20000);
+        InterruptWatcher watcher;
+        QVERIFY(watcher.isWatching());
+        const Outcome outcome = run({"--run", slow, "--no-logs"}, [&watcher](CommandLineRun& run) {
+            connect(&watcher, &InterruptWatcher::interrupted, &run, &CommandLineRun::interrupt);
+            QTimer::singleShot(300, [] { std::raise(SIGINT); });
+            QTimer::singleShot(600, [] { std::raise(SIGTERM); });
+        });
+        QCOMPARE(outcome.exitCode, 1);
+        QVERIFY2(outcome.err.contains(QStringLiteral("Press Ctrl+C again")) &&
+                     outcome.err.contains(QStringLiteral("Ending the running devices now.")),
+                 qPrintable(outcome.err));
+        QVERIFY2(outcome.out.contains(QStringLiteral("ABORTED      801002346  bench-right")) &&
+                     outcome.out.contains(QStringLiteral("ABORTED      801017733  rack-a1")) &&
+                     outcome.out.contains(QStringLiteral("CRASHED      801002345")),
+                 qPrintable(outcome.out));
+        QCOMPARE(session.batchInvocations().size(), 1);
+        QCOMPARE(session.runFolders(), QStringList());
+    }
+};
+
+HARNWICK_TEST(TestCommandLineRun)
+#include "tst_commandlinerun.moc"
