@@ -8,13 +8,8 @@
 #include <QTemporaryDir>
 #include <QTimer>
 
-namespace {
-
 // The run's messages are the page's own: they keep its translation context.
-QString pageText(const char* text)
-{
-    return QCoreApplication::translate("BulkOperationsWidget", text);
-}
+namespace {
 
 const QByteArray actionLineStart = QByteArrayLiteral("Running action");
 
@@ -43,7 +38,9 @@ bool JobRunEngine::start(const JobRunRequest& request)
     auto directory = std::make_unique<QTemporaryDir>();
     if (!directory->isValid()) {
         emit errorEncountered(
-            pageText("Cannot start job; could not create a temporary folder for the job bundle: %1")
+            QCoreApplication::translate(
+                "BulkOperationsWidget",
+                "Cannot start job; could not create a temporary folder for the job bundle: %1")
                 .arg(directory->errorString()));
         return false;
     }
@@ -65,17 +62,18 @@ bool JobRunEngine::start(const JobRunRequest& request)
         queued.append(run);
     }
     if (queued.isEmpty()) {
-        emit errorEncountered(pageText("No devices selected."));
+        emit errorEncountered(QCoreApplication::translate("BulkOperationsWidget", "No devices selected."));
         return false;
     }
 
     const QDir logDirectory(request.logDirectory);
     if (request.logging && !logDirectory.exists() && !logDirectory.mkpath(QStringLiteral("."))) {
         // Every device would fail at once on its log file; say why instead.
-        emit errorEncountered(
-            pageText("Cannot start job; the log file directory \"%1\" could not be created. "
-                     "Please choose another log file directory or switch logging off.")
-                .arg(QDir::toNativeSeparators(logDirectory.absolutePath())));
+        emit errorEncountered(QCoreApplication::translate(
+                                  "BulkOperationsWidget",
+                                  "Cannot start job; the log file directory \"%1\" could not be created. "
+                                  "Please choose another log file directory or switch logging off.")
+                                  .arg(QDir::toNativeSeparators(logDirectory.absolutePath())));
         return false;
     }
     for (auto it = queued.begin(); it != queued.end();) {
@@ -95,8 +93,9 @@ bool JobRunEngine::start(const JobRunRequest& request)
     if (queued.isEmpty())
         return false;
     if (!request.executableValid) {
-        emit errorEncountered(pageText("Cannot start job; the configured path does not point to a valid "
-                                       "Corvane executable. Please provide a valid path in the settings."));
+        emit errorEncountered(QCoreApplication::translate(
+            "BulkOperationsWidget", "Cannot start job; the configured path does not point to a valid "
+                                    "Corvane executable. Please provide a valid path in the settings."));
         return false;
     }
 
@@ -228,9 +227,11 @@ void JobRunEngine::endIfStalled()
 {
     if (!running || runner->runningTaskCount() > 0)
         return;
-    emit errorEncountered(pageText("The Corvane executable \"%1\" could not be started. Please check the "
-                                   "path in the settings.")
-                              .arg(QDir::toNativeSeparators(runner->getExecutablePath())));
+    emit errorEncountered(
+        QCoreApplication::translate("BulkOperationsWidget",
+                                    "The Corvane executable \"%1\" could not be started. Please check the "
+                                    "path in the settings.")
+            .arg(QDir::toNativeSeparators(runner->getExecutablePath())));
     // The devices still waiting are aborted; the one that failed to start was never started.
     runner->abortTasksNotYetStarted();
     runner->finishIfIdle();

@@ -213,7 +213,7 @@ int CommandLineRun::exec(const QStringList& arguments)
     connect(engine, &JobRunEngine::deviceRefused, this,
             [this, &refused](const QString& id, const QString& why) {
                 ++refused;
-                printLine(tr("NOT STARTED  %1  %2").arg(id, why), out);
+                printLine(outcomeLine(tr("NOT STARTED"), id, QStringLiteral("-"), why), out);
             });
     connect(engine, &JobRunEngine::deviceFinished, this, &CommandLineRun::printOutcome);
     connect(engine, &JobRunEngine::deviceAborted, this, &CommandLineRun::printAborted);
@@ -238,7 +238,7 @@ int CommandLineRun::exec(const QStringList& arguments)
 
     for (const JobDeviceRun& run : engine->devices())
         if (run.state == JobDeviceState::NotStarted)
-            printLine(tr("NOT STARTED  %1  %2").arg(run.id, nicknameOf(run.id)), out);
+            printLine(outcomeLine(tr("NOT STARTED"), run.id, nicknameOf(run.id)), out);
     const JobRunCounts counts = engine->counts();
     printLine(tr("%1 devices: %2 done, %3 failed, %4 crashed, %5 aborted, %6 not started, in %7")
                   .arg(counts.total() + refused)
@@ -258,12 +258,22 @@ QString CommandLineRun::nicknameOf(const QString& id) const
     return run && !run->device.nickname.isEmpty() ? run->device.nickname : QStringLiteral("-");
 }
 
+QString CommandLineRun::outcomeLine(const QString& outcome, const QString& id, const QString& nickname,
+                                    const QString& details)
+{
+    // The outcome in a column of its own, so the lines read as a table.
+    QString line = outcome.leftJustified(11) + QStringLiteral("  ") + id + QStringLiteral("  ") + nickname;
+    if (!details.isEmpty())
+        line += QStringLiteral("  ") + details;
+    return line;
+}
+
 void CommandLineRun::printOutcome(const JobDeviceRun& run)
 {
     const QString elapsed = JobExecution::elapsedText(run.elapsedMs);
     const QString nickname = nicknameOf(run.id);
     if (run.state == JobDeviceState::Done) {
-        printLine(tr("DONE         %1  %2  %3").arg(run.id, nickname, elapsed), out);
+        printLine(outcomeLine(tr("DONE"), run.id, nickname, elapsed), out);
         return;
     }
     QString reason = JobExecution::failureLine(run.output, run.errorOutput);
@@ -275,13 +285,13 @@ void CommandLineRun::printOutcome(const JobDeviceRun& run)
         reason = tr("exit code %1").arg(run.exitCode);
     }
     const QString where = run.action < 0 ? tr("before any action") : tr("during action %1").arg(run.action);
-    const QString word = run.state == JobDeviceState::Crashed ? tr("CRASHED    ") : tr("FAILED     ");
-    printLine(tr("%1  %2  %3  %4  %5: %6").arg(word, run.id, nickname, elapsed, where, reason), out);
+    const QString word = run.state == JobDeviceState::Crashed ? tr("CRASHED") : tr("FAILED");
+    printLine(outcomeLine(word, run.id, nickname, tr("%1  %2: %3").arg(elapsed, where, reason)), out);
 }
 
 void CommandLineRun::printAborted(const QString& id)
 {
-    printLine(tr("ABORTED      %1  %2").arg(id, nicknameOf(id)), out);
+    printLine(outcomeLine(tr("ABORTED"), id, nicknameOf(id)), out);
 }
 
 void CommandLineRun::printLine(const QString& line, QTextStream& stream)

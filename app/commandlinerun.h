@@ -46,6 +46,8 @@ private:
     void printOutcome(const JobDeviceRun& run);
     void printAborted(const QString& id);
     void printLine(const QString& line, QTextStream& stream);
+    static QString outcomeLine(const QString& outcome, const QString& id, const QString& nickname,
+                               const QString& details = QString());
     void drawProgress();
     QString nicknameOf(const QString& id) const;
 

@@ -539,6 +539,176 @@ automatisch anhand des gewählten Adapters anhängen.</translation>
     </message>
 </context>
 <context>
+    <name>CommandLineRun</name>
+    <message>
+        <source>harnwick: %1</source>
+        <translation>harnwick: %1</translation>
+    </message>
+    <message>
+        <source>Try &quot;harnwick --help&quot; for the options.</source>
+        <translation>&quot;harnwick --help&quot; zeigt die Optionen.</translation>
+    </message>
+    <message>
+        <source>Usage: harnwick --run BUNDLE.hwj [options]
+
+Runs the job of a job bundle on the bundle&apos;s checked devices without a window:
+one Corvane process per device, with the same invocations as the window&apos;s Run.
+Defaults come from the window&apos;s settings (Corvane executable, concurrency,
+timeout, logging and log folder).
+
+Options:
+  --run BUNDLE.hwj     the job bundle to run
+  --concurrency N      run at most N devices at once (1 to 100)
+  --timeout SECONDS    time limit passed to Corvane for each device
+  --log-dir DIR        write one log file per device into DIR
+  --no-logs            write no log files
+  --devices ID[,ID...] run only these devices of the bundle (serial number,
+                       or IP address for devices without one), checked or not
+  --help               show this help
+  --version            show the version
+
+Ctrl+C aborts the devices not yet started and lets running ones finish;
+a second Ctrl+C ends the running ones too.
+
+Exit status: 0 when every device ran its job successfully, 1 when a device
+failed, crashed, was aborted or never started, 2 when the run could not start
+(bad options, an unreadable bundle or a Corvane executable that cannot run).</source>
+        <translation>Aufruf: harnwick --run PAKET.hwj [Optionen]
+
+Führt den Job eines Job-Pakets ohne Fenster auf den ausgewählten Geräten des Pakets aus:
+ein Corvane-Prozess je Gerät, mit denselben Aufrufen wie Ausführen im Fenster.
+Vorgaben kommen aus den Einstellungen des Fensters (Corvane-Programm, Parallelität,
+Zeitlimit, Protokollierung und Protokollordner).
+
+Optionen:
+  --run PAKET.hwj      das auszuführende Job-Paket
+  --concurrency N      höchstens N Geräte gleichzeitig (1 bis 100)
+  --timeout SEKUNDEN   Zeitlimit, das Corvane für jedes Gerät erhält
+  --log-dir ORDNER     je Gerät eine Protokolldatei in ORDNER schreiben
+  --no-logs            keine Protokolldateien schreiben
+  --devices ID[,ID...] nur diese Geräte des Pakets ausführen (Seriennummer,
+                       oder IP-Adresse bei Geräten ohne), ausgewählt oder nicht
+  --help               diese Hilfe zeigen
+  --version            die Version zeigen
+
+Strg+C bricht die noch nicht gestarteten Geräte ab und lässt laufende fertig werden;
+ein zweites Strg+C beendet auch die laufenden.
+
+Exit-Status: 0, wenn jedes Gerät seinen Job erfolgreich ausgeführt hat, 1, wenn ein
+Gerät fehlschlug, abstürzte, abgebrochen oder nie gestartet wurde, 2, wenn der Lauf
+nicht beginnen konnte (falsche Optionen, ein unlesbares Paket oder ein Corvane-Programm,
+das nicht läuft).</translation>
+    </message>
+    <message>
+        <source>Unexpected argument &quot;%1&quot;.</source>
+        <translation>Unerwartetes Argument &quot;%1&quot;.</translation>
+    </message>
+    <message>
+        <source>No job bundle given: name one with --run BUNDLE.hwj.</source>
+        <translation>Kein Job-Paket angegeben: nennen Sie eines mit --run PAKET.hwj.</translation>
+    </message>
+    <message>
+        <source>--log-dir and --no-logs cannot be used together.</source>
+        <translation>--log-dir und --no-logs schließen einander aus.</translation>
+    </message>
+    <message>
+        <source>--concurrency takes a whole number from 1 to %1, not &quot;%2&quot;.</source>
+        <translation>--concurrency erwartet eine ganze Zahl von 1 bis %1, nicht &quot;%2&quot;.</translation>
+    </message>
+    <message>
+        <source>--timeout takes a whole number of seconds from 1 to %1, not &quot;%2&quot;.</source>
+        <translation>--timeout erwartet eine ganze Zahl von Sekunden von 1 bis %1, nicht &quot;%2&quot;.</translation>
+    </message>
+    <message>
+        <source>harnwick: The job bundle &quot;%1&quot; does not exist or is not a file.</source>
+        <translation>harnwick: Das Job-Paket &quot;%1&quot; existiert nicht oder ist keine Datei.</translation>
+    </message>
+    <message>
+        <source>harnwick: Cannot read the job bundle &quot;%1&quot;: %2</source>
+        <translation>harnwick: Das Job-Paket &quot;%1&quot; kann nicht gelesen werden: %2</translation>
+    </message>
+    <message>
+        <source>--devices takes a list of device ids separated by commas.</source>
+        <translation>--devices erwartet eine durch Kommas getrennte Liste von Geräte-IDs.</translation>
+    </message>
+    <message>
+        <source>Device &quot;%1&quot; is not in the job bundle &quot;%2&quot;.</source>
+        <translation>Das Gerät &quot;%1&quot; ist nicht im Job-Paket &quot;%2&quot;.</translation>
+    </message>
+    <message>
+        <source>harnwick: The job bundle &quot;%1&quot; has no checked devices; name the devices to run with --devices.</source>
+        <translation>harnwick: Das Job-Paket &quot;%1&quot; hat keine ausgewählten Geräte; nennen Sie die Geräte mit --devices.</translation>
+    </message>
+    <message>
+        <source>harnwick: The Corvane executable &quot;%1&quot; cannot be run (it must answer &quot;batch -h&quot;). Set its path in the window&apos;s Settings menu.</source>
+        <translation>harnwick: Das Corvane-Programm &quot;%1&quot; kann nicht ausgeführt werden (es muss auf &quot;batch -h&quot; antworten). Legen Sie seinen Pfad im Menü Einstellungen des Fensters fest.</translation>
+    </message>
+    <message>
+        <source>NOT STARTED</source>
+        <translation>NICHT GESTARTET</translation>
+    </message>
+    <message>
+        <source>%1 devices: %2 done, %3 failed, %4 crashed, %5 aborted, %6 not started, in %7</source>
+        <translation>%1 Geräte: %2 fertig, %3 fehlgeschlagen, %4 abgestürzt, %5 abgebrochen, %6 nicht gestartet, in %7</translation>
+    </message>
+    <message>
+        <source>DONE</source>
+        <translation>FERTIG</translation>
+    </message>
+    <message>
+        <source>the process hit its time limit</source>
+        <translation>der Prozess hat sein Zeitlimit erreicht</translation>
+    </message>
+    <message>
+        <source>the process was killed</source>
+        <translation>der Prozess wurde beendet</translation>
+    </message>
+    <message>
+        <source>%1; last line: %2</source>
+        <translation>%1; letzte Zeile: %2</translation>
+    </message>
+    <message>
+        <source>exit code %1</source>
+        <translation>Exit-Code %1</translation>
+    </message>
+    <message>
+        <source>before any action</source>
+        <translation>vor der ersten Aktion</translation>
+    </message>
+    <message>
+        <source>during action %1</source>
+        <translation>bei Aktion %1</translation>
+    </message>
+    <message>
+        <source>CRASHED</source>
+        <translation>ABGESTÜRZT</translation>
+    </message>
+    <message>
+        <source>FAILED</source>
+        <translation>FEHLGESCHLAGEN</translation>
+    </message>
+    <message>
+        <source>%1  %2: %3</source>
+        <translation>%1  %2: %3</translation>
+    </message>
+    <message>
+        <source>ABORTED</source>
+        <translation>ABGEBROCHEN</translation>
+    </message>
+    <message>
+        <source>%1 done, %2 failed, %3 running, %4 waiting, %5</source>
+        <translation>%1 fertig, %2 fehlgeschlagen, %3 laufen, %4 warten, %5</translation>
+    </message>
+    <message>
+        <source>harnwick: Stopping: devices not yet started are aborted, running devices finish their job. Press Ctrl+C again to end them now.</source>
+        <translation>harnwick: Wird angehalten: noch nicht gestartete Geräte werden abgebrochen, laufende Geräte beenden ihren Job. Drücken Sie erneut Strg+C, um sie sofort zu beenden.</translation>
+    </message>
+    <message>
+        <source>harnwick: Ending the running devices now.</source>
+        <translation>harnwick: Die laufenden Geräte werden jetzt beendet.</translation>
+    </message>
+</context>
+<context>
     <name>CorvaneProcessRunner</name>
     <message>
         <source>[%1 bytes of output left out]</source>

@@ -8,6 +8,7 @@
 //   page_bench start      MainWindow constructed to first paint
 //   page_bench scale      1,000-adapter discovery, resident memory, save and load of a large job
 
+#include "../../tests/support/simulatorrecord.h"
 #include "../../tests/support/usersandbox.h"
 #include "../benchreplies.h"
 #include "bulkaction.h"
@@ -25,9 +26,6 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QGroupBox>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QLineEdit>
 #include <QProcess>
 #include <QPushButton>
@@ -158,20 +156,6 @@ void copyTree(const QString& from, const QString& to)
     }
 }
 
-QList<QStringList> recordedBatches(const QString& recordPath)
-{
-    QList<QStringList> lists;
-    QFile record(recordPath);
-    if (!record.open(QIODevice::ReadOnly))
-        return lists;
-    for (const QByteArray& line : record.readAll().split('\n')) {
-        const QJsonObject object = QJsonDocument::fromJson(line).object();
-        if (object.value(QStringLiteral("command")).toString() == QLatin1String("batch"))
-            lists << object.value(QStringLiteral("arguments")).toVariant().toStringList();
-    }
-    return lists;
-}
-
 QString shellQuoted(const QString& text)
 {
     QString quoted = text;
@@ -246,7 +230,7 @@ int overhead()
     const double pageCpuMs = cpuMs() - cpuBefore;
     const double harnwickProcessesCpuMs = cpuMs(RUSAGE_CHILDREN) - childrenBefore;
 
-    QList<QStringList> commands = recordedBatches(recordPath);
+    QList<QStringList> commands = recordedBatchArguments(recordPath);
     if (commands.size() != devices)
         fail(QStringLiteral("%1 batch runs recorded, expected %2").arg(commands.size()).arg(devices));
     for (QStringList& arguments : commands) {

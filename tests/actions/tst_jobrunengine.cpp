@@ -11,16 +11,6 @@
 
 namespace {
 
-const QByteArray fleet = "adapters:\n"
-                         "  - {serial: 801002345, nickname: bench-left, part: KM32G101F512}\n"
-                         "  - {serial: 801002346, nickname: bench-right, part: KM32G101F256}\n"
-                         "  - {serial: 801017733, nickname: rack-a1, part: KM24L052C128}\n"
-                         "  - {serial: 801020001, nickname: bench-dual, ip: 192.0.2.20, part: KX12B016A128}\n"
-                         "  - serial: 801030007\n    part: KM32G101F512\n"
-                         "    faults: [{command: batch, effect: fail, step: 2, exit_code: 5}]\n"
-                         "  - serial: 801030008\n    part: KM32G101F512\n"
-                         "    faults: [{command: batch, effect: crash, step: 3}]\n";
-
 JobDevice usb(const char* serial, const char* nickname = "")
 {
     return JobDevice{QString::fromLatin1(serial), QString(), BatchUtil::Usb, QString(),
@@ -54,7 +44,7 @@ class TestJobRunEngine : public QObject
 {
     Q_OBJECT
 
-    SimulatorSession session{fleet};
+    SimulatorSession session{SimulatorSession::faultyFleet()};
 
     static void waitForEnd(QSignalSpy& finished) { QTRY_COMPARE_WITH_TIMEOUT(finished.count(), 1, 60000); }
 

@@ -15,16 +15,6 @@
 
 namespace {
 
-const QByteArray fleet = "adapters:\n"
-                         "  - {serial: 801002345, nickname: bench-left, part: KM32G101F512}\n"
-                         "  - {serial: 801002346, nickname: bench-right, part: KM32G101F256}\n"
-                         "  - {serial: 801017733, nickname: rack-a1, part: KM24L052C128}\n"
-                         "  - {serial: 801020001, nickname: bench-dual, ip: 192.0.2.20, part: KX12B016A128}\n"
-                         "  - serial: 801030007\n    part: KM32G101F512\n"
-                         "    faults: [{command: batch, effect: fail, step: 2, exit_code: 5}]\n"
-                         "  - serial: 801030008\n    part: KM32G101F512\n"
-                         "    faults: [{command: batch, effect: crash, step: 3}]\n";
-
 BatchUtil::DeviceEntry device(quint32 serial, const char* nickname = "", bool selected = true,
                               BatchUtil::ConnectionType type = BatchUtil::Usb, const char* ip = "")
 {
@@ -58,7 +48,7 @@ class TestCommandLineRun : public QObject
 {
     Q_OBJECT
 
-    SimulatorSession session{fleet};
+    SimulatorSession session{SimulatorSession::faultyFleet()};
     QString sixDevices, unchecked;
 
     static Outcome run(const QStringList& arguments, const std::function<void(CommandLineRun&)>& during = {})

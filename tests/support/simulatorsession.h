@@ -1,10 +1,9 @@
 #pragma once
 
+#include "simulatorrecord.h"
+
 #include <QDir>
 #include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QList>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -19,6 +18,22 @@
 class SimulatorSession
 {
 public:
+    // Seven adapters, two of them failing on purpose: 801030007 with exit code 5 at its
+    // second action, 801030008 by crashing in its third.
+    static QByteArray faultyFleet()
+    {
+        return "adapters:\n"
+               "  - {serial: 801002345, nickname: bench-left, part: KM32G101F512}\n"
+               "  - {serial: 801002346, nickname: bench-right, part: KM32G101F256}\n"
+               "  - {serial: 801017733, nickname: rack-a1, part: KM24L052C128}\n"
+               "  - {serial: 801017734, part: KM24L052C128}\n"
+               "  - {serial: 801020001, nickname: bench-dual, ip: 192.0.2.20, part: KX12B016A128}\n"
+               "  - serial: 801030007\n    part: KM32G101F512\n"
+               "    faults: [{command: batch, effect: fail, step: 2, exit_code: 5}]\n"
+               "  - serial: 801030008\n    part: KM32G101F512\n"
+               "    faults: [{command: batch, effect: crash, step: 3}]\n";
+    }
+
     explicit SimulatorSession(const QByteArray& fleet)
     {
         QDir(dir.path()).mkpath(QStringLiteral("tmp"));
@@ -53,15 +68,7 @@ public:
     // any order, so they are sorted from the connection on.
     QList<QStringList> batchInvocations() const
     {
-        QList<QStringList> lists;
-        QFile record(recordPath());
-        if (!record.open(QIODevice::ReadOnly))
-            return lists;
-        for (const QByteArray& line : record.readAll().split('\n')) {
-            const QJsonObject object = QJsonDocument::fromJson(line).object();
-            if (object.value(QStringLiteral("command")).toString() == QLatin1String("batch"))
-                lists << object.value(QStringLiteral("arguments")).toVariant().toStringList();
-        }
+        QList<QStringList> lists = recordedBatchArguments(recordPath());
         std::sort(lists.begin(), lists.end(),
                   [](const QStringList& a, const QStringList& b) { return a.mid(2) < b.mid(2); });
         return lists;
