@@ -109,6 +109,7 @@ bool JobRunEngine::start(const JobRunRequest& request)
     folder = std::move(directory);
     bundle = path;
     running = true;
+    killing = false;
     finishedElapsedMs = 0;
     runTimer.start();
     emit runStarting(ids);
@@ -191,7 +192,9 @@ void JobRunEngine::onTaskFinished(const CorvaneProcessResult& result)
     if (result.exitCode != 0 || result.crashed) {
         // The output as a whole names the action, also when its line was left out of the live lines.
         run->action = JobExecution::lastRunningAction(result.stdoutData);
-        run->state = result.crashed ? JobDeviceState::Crashed : JobDeviceState::Failed;
+        // A device ended on request was aborted, not crashed.
+        run->state = result.crashed ? (killing ? JobDeviceState::Aborted : JobDeviceState::Crashed)
+                                    : JobDeviceState::Failed;
     } else {
         run->state = JobDeviceState::Done;
     }
@@ -245,8 +248,10 @@ void JobRunEngine::abortWaitingDevices()
 
 void JobRunEngine::killRunningDevices()
 {
-    if (running)
-        runner->killRunningProcesses();
+    if (!running)
+        return;
+    killing = true;
+    runner->killRunningProcesses();
 }
 
 JobRunCounts JobRunEngine::counts() const

@@ -126,7 +126,7 @@ signals:
     void deviceStarted(const QString& id);
     // One line of a device's output, as the tool printed it.
     void deviceOutput(const QString& id, const QByteArray& line);
-    // Done, failed or crashed.
+    // Done, failed, crashed, or aborted while running (killRunningDevices).
     void deviceFinished(const JobDeviceRun& run);
     void deviceAborted(const QString& id);
     // The last device has ended and the run folder is gone.
@@ -145,6 +145,7 @@ private:
     CorvaneProcessRunner* runner;
     BatchUtil batchUtil;
     bool running = false;
+    bool killing = false;
     QVector<JobDeviceRun> runs;
     QHash<QString, int> indexOf;
     std::unique_ptr<QTemporaryDir> folder;

@@ -277,15 +277,19 @@ void CommandLineRun::printOutcome(const JobDeviceRun& run)
         return;
     }
     QString reason = JobExecution::failureLine(run.output, run.errorOutput);
-    if (run.state == JobDeviceState::Crashed) {
+    if (run.state == JobDeviceState::Aborted) {
+        reason = tr("ended on request");
+    } else if (run.state == JobDeviceState::Crashed) {
         const QString how =
-            run.timedOut ? tr("the process hit its time limit") : tr("the process was killed");
+            run.timedOut ? tr("the process hit its time limit") : tr("the process was ended by a signal");
         reason = reason.isEmpty() ? how : tr("%1; last line: %2").arg(how, reason);
     } else if (reason.isEmpty()) {
         reason = tr("exit code %1").arg(run.exitCode);
     }
     const QString where = run.action < 0 ? tr("before any action") : tr("during action %1").arg(run.action);
-    const QString word = run.state == JobDeviceState::Crashed ? tr("CRASHED") : tr("FAILED");
+    const QString word = run.state == JobDeviceState::Crashed   ? tr("CRASHED")
+                         : run.state == JobDeviceState::Aborted ? tr("ABORTED")
+                                                                : tr("FAILED");
     printLine(outcomeLine(word, run.id, nickname, tr("%1  %2: %3").arg(elapsed, where, reason)), out);
 }
 
@@ -313,9 +317,10 @@ void CommandLineRun::drawProgress()
         return;
     const JobRunCounts counts = engine->counts();
     out << "\r\033[K"
-        << tr("%1 done, %2 failed, %3 running, %4 waiting, %5")
+        << tr("%1 done, %2 failed, %3 aborted, %4 running, %5 waiting, %6")
                .arg(counts.done)
-               .arg(counts.unsuccessful())
+               .arg(counts.failed + counts.crashed + counts.notStarted)
+               .arg(counts.aborted)
                .arg(counts.running)
                .arg(counts.waiting)
                .arg(JobExecution::elapsedText(engine->elapsedMs()));

@@ -142,6 +142,7 @@ void CorvaneProcessRunner::startRemainingProcesses()
 
         auto state = std::make_unique<ProcessState>();
         auto* forked = new ForkedProcess(this);
+        forked->setOwnProcessGroup(true);
         state->process = forked;
         state->id = task.id;
         state->arguments = task.arguments;

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <sys/resource.h>
+#include <unistd.h>
 
 void ForkedProcess::lowerPriority(int steps)
 {
@@ -14,4 +15,11 @@ void ForkedProcess::lowerPriority(int steps)
         return;
     // Failing leaves the process at its inherited priority, which is harmless.
     ::setpriority(PRIO_PROCESS, id_t(pid), own + steps);
+}
+
+void ForkedProcess::setupChildProcess()
+{
+    // In the child, between fork and exec: only async-signal-safe calls.
+    if (ownProcessGroup)
+        ::setpgid(0, 0);
 }

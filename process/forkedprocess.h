@@ -15,4 +15,15 @@ public:
     // scheduling priority. Done after the start rather than in the child, so the
     // start itself is not slowed down on a busy machine.
     void lowerPriority(int steps);
+
+    // Starts the process in a process group of its own, so a Ctrl+C typed in the
+    // program's terminal reaches the program, which decides what becomes of its
+    // children, and not the children themselves.
+    void setOwnProcessGroup(bool own) { ownProcessGroup = own; }
+
+protected:
+    void setupChildProcess() override;
+
+private:
+    bool ownProcessGroup = false;
 };

@@ -656,12 +656,16 @@ das nicht läuft).</translation>
         <translation>FERTIG</translation>
     </message>
     <message>
+        <source>ended on request</source>
+        <translation>auf Anforderung beendet</translation>
+    </message>
+    <message>
         <source>the process hit its time limit</source>
         <translation>der Prozess hat sein Zeitlimit erreicht</translation>
     </message>
     <message>
-        <source>the process was killed</source>
-        <translation>der Prozess wurde beendet</translation>
+        <source>the process was ended by a signal</source>
+        <translation>der Prozess wurde durch ein Signal beendet</translation>
     </message>
     <message>
         <source>%1; last line: %2</source>
@@ -696,8 +700,8 @@ das nicht läuft).</translation>
         <translation>ABGEBROCHEN</translation>
     </message>
     <message>
-        <source>%1 done, %2 failed, %3 running, %4 waiting, %5</source>
-        <translation>%1 fertig, %2 fehlgeschlagen, %3 laufen, %4 warten, %5</translation>
+        <source>%1 done, %2 failed, %3 aborted, %4 running, %5 waiting, %6</source>
+        <translation>%1 fertig, %2 fehlgeschlagen, %3 abgebrochen, %4 laufen, %5 warten, %6</translation>
     </message>
     <message>
         <source>harnwick: Stopping: devices not yet started are aborted, running devices finish their job. Press Ctrl+C again to end them now.</source>

@@ -244,7 +244,8 @@ private slots:
                  qPrintable(outcome.err));
         QVERIFY2(outcome.out.contains(QStringLiteral("ABORTED      801002346  bench-right")) &&
                      outcome.out.contains(QStringLiteral("ABORTED      801017733  rack-a1")) &&
-                     outcome.out.contains(QStringLiteral("CRASHED      801002345")),
+                     outcome.out.contains(QStringLiteral("ABORTED      801002345  bench-left  ")) &&
+                     outcome.out.contains(QStringLiteral("ended on request")),
                  qPrintable(outcome.out));
         QCOMPARE(session.batchInvocations().size(), 1);
         QCOMPARE(session.runFolders(), QStringList());
