@@ -5,8 +5,6 @@
 
 #include <QComboBox>
 #include <QGroupBox>
-#include <QIcon>
-#include <QImage>
 #include <QItemSelectionModel>
 #include <QPushButton>
 #include <QStackedWidget>
@@ -129,16 +127,6 @@ inline QWidget* settingsPage(QGroupBox* box, int actionType)
 inline void chooseType(QGroupBox* box, int actionType)
 {
     selector(box)->setCurrentIndex(selector(box)->findData(actionType));
-}
-
-inline QImage iconImage(const QIcon& icon)
-{
-    return icon.pixmap(QSize(16, 16)).toImage();
-}
-
-inline QImage resourceImage(const QString& path)
-{
-    return iconImage(QIcon(path));
 }
 
 template<typename T> inline T* field(QGroupBox* box, BulkAction type, const char* name)

@@ -3,7 +3,6 @@
 #include "bulkoperationswidget.h"
 #include "droppablelineedit.h"
 #include "hexspinbox.h"
-#include "imageplaceholderwidget.h"
 #include "testregistry.h"
 
 #include <QApplication>
@@ -51,27 +50,6 @@ class TestActionEditor : public QObject
     Q_OBJECT
 
 private slots:
-
-    void editorPagesOfAnAction()
-    {
-        BulkOperationsWidget page;
-        QVERIFY(qobject_cast<ImagePlaceholderWidget*>(stack(page)->widget(0)));
-        const int id = page.actionSelectorAddAction();
-        QGroupBox* box = editBox(page, id);
-        QVERIFY(box && selector(box) && pageStack(box));
-        QCOMPARE(stack(page)->currentWidget(), box);
-        QCOMPARE(pageStack(box)->currentIndex(), 0);
-        QCOMPARE(page.getActionEditorStackIndexFromActionId(id), 1);
-        QCOMPARE(page.getActionEditorStackIndexFromActionId(id + 1), -1);
-        QCOMPARE(BulkOperationsWidget::getActionEditorPageIndexFromActionType(pageStack(box), BulkAction(12)),
-                 -1);
-
-        // The named settings widgets are reached through the steps of a filled page; the types without
-        // settings still have their page.
-        for (BulkAction type :
-             {BulkAction::LogDeviceInfo, BulkAction::MassEraseTargetDevice, BulkAction::RecoverTargetDevice})
-            QVERIFY(settingsPage(box, int(type)));
-    }
 
     void choosingATypeTouchesOnlyThatAction()
     {

@@ -1,3 +1,4 @@
+#include "../batch/batchtestfiles.h"
 #include "actionpagehelpers.h"
 #include "batchutil.h"
 #include "bulkaction.h"
@@ -82,26 +83,6 @@ void fillPage(BulkOperationsWidget& page)
         ->setText(QStringLiteral("1500"));
 }
 
-struct Bundle
-{
-    QList<Step> steps;
-    QList<BatchUtil::DeviceEntry> devices;
-    bool applied = false;
-    QString debugInterface;
-    int speed = 0;
-    QStringList variables;
-};
-
-Bundle readBundle(const QString& path)
-{
-    Bundle bundle;
-    BatchUtil reader;
-    if (!reader.bundleRead(path, bundle.steps, bundle.devices, bundle.applied, bundle.debugInterface,
-                           bundle.speed, bundle.variables))
-        qWarning("cannot read %s", qPrintable(path));
-    return bundle;
-}
-
 } // namespace
 
 class TestActionJobBundle : public QObject
@@ -158,21 +139,20 @@ private slots:
         BulkOperationsWidget source;
         fillPage(source);
         QTemporaryDir dir;
+        const QString first = dir.filePath(QStringLiteral("first.hwj"));
+        const QString second = dir.filePath(QStringLiteral("second.hwj"));
         QStringList variables;
-        QVERIFY(source.prepareBatchJobFile(dir.filePath(QStringLiteral("first.hwj")), variables));
-        const Bundle first = readBundle(dir.filePath(QStringLiteral("first.hwj")));
-        QCOMPARE(first.steps.size(), 12);
-        QCOMPARE(first.variables, variables);
-        QCOMPARE(first.devices.size(), 2);
-        const BatchUtil::DeviceEntry usb = first.devices.at(0), ip = first.devices.at(1);
-        QCOMPARE(QStringList({QString::number(usb.serialNumber), usb.targetDevice, usb.nickname, usb.ip}),
-                 QStringList({"801002345", "KM32G101F512", "bench-left", ""}));
-        QVERIFY(usb.connectionType == BatchUtil::Usb && usb.selected);
-        QCOMPARE(QStringList({QString::number(ip.serialNumber), ip.ip}), QStringList({"0", "10.0.4.17"}));
-        QVERIFY(ip.connectionType == BatchUtil::Ip && !ip.selected);
-        QVERIFY(first.applied);
-        QCOMPARE(first.debugInterface, QStringLiteral("JTAG"));
-        QCOMPARE(first.speed, 2000);
+        QVERIFY(source.prepareBatchJobFile(first, variables));
+        BatchUtil util;
+        BatchTestFiles::Bundle saved = BatchTestFiles::readBundle(util, first);
+        QVERIFY(saved.ok);
+        QCOMPARE(saved.steps.size(), 12);
+        QCOMPARE(saved.parameters, variables);
+        // An address-only row has no serial number; the check marks and connections are kept.
+        QCOMPARE(saved.devices, (QList<BatchUtil::DeviceEntry>{
+                                    {801002345, "KM32G101F512", BatchUtil::Usb, "", "bench-left", true},
+                                    {0, "", BatchUtil::Ip, "10.0.4.17", "", false}}));
+        QCOMPARE((QVariantList{saved.applied, saved.tif, saved.speed}), (QVariantList{true, "JTAG", 2000}));
 
         // Loading replaces whatever the page held; saving again gives the same job,
         // but for a lock, which is read back as unlock.
@@ -180,20 +160,15 @@ private slots:
         target.addDeviceToTable(QStringLiteral("801002346"), QString(), QString(), QString(), true, false,
                                 true, true);
         addTyped(target, BulkAction::MassEraseTargetDevice);
-        target.loadBatchJob(dir.filePath(QStringLiteral("first.hwj")));
-        QVERIFY(target.prepareBatchJobFile(dir.filePath(QStringLiteral("second.hwj")), variables));
-        const Bundle second = readBundle(dir.filePath(QStringLiteral("second.hwj")));
-        QVERIFY(second.devices == first.devices);
-        QCOMPARE(second.applied, first.applied);
-        QCOMPARE(second.debugInterface, first.debugInterface);
-        QCOMPARE(second.speed, first.speed);
-        QCOMPARE(second.steps.size(), first.steps.size());
-        for (int i = 0; i < first.steps.size(); ++i) {
-            Step expected = first.steps[i];
-            if (expected.value(QStringLiteral("operation")) == QStringLiteral("lock"))
-                expected.insert(QStringLiteral("operation"), QStringLiteral("unlock"));
-            QCOMPARE(second.steps[i], expected);
-        }
+        target.loadBatchJob(first);
+        QVERIFY(target.prepareBatchJobFile(second, variables));
+        const BatchTestFiles::Bundle again = BatchTestFiles::readBundle(util, second);
+        for (Step& step : saved.steps)
+            if (step.value(QStringLiteral("operation")) == QStringLiteral("lock"))
+                step.insert(QStringLiteral("operation"), QStringLiteral("unlock"));
+        QCOMPARE(again.steps, saved.steps);
+        QCOMPARE(again.devices, saved.devices);
+        QCOMPARE((QVariantList{again.applied, again.tif, again.speed}), (QVariantList{true, "JTAG", 2000}));
 
         // A bundle that cannot be written makes the whole preparation fail.
         QVERIFY(!target.prepareBatchJobFile(dir.filePath(QStringLiteral("first.hwj/job.hwj")), variables));

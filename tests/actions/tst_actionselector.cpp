@@ -1,13 +1,11 @@
+#include "../devices/devicepagehelpers.h"
 #include "actionpagehelpers.h"
 #include "bulkoperationswidget.h"
 #include "testregistry.h"
 
 #include <QAbstractItemModelTester>
-#include <QApplication>
-#include <QMenu>
 #include <QPointer>
 #include <QTest>
-#include <QTimer>
 
 using namespace ActionPage;
 
@@ -41,30 +39,6 @@ void clickCell(const BulkOperationsWidget& page, int row, int column, Qt::Keyboa
 {
     const QRect rect = view(page)->visualRect(model(page)->index(row, column));
     QTest::mouseClick(view(page)->viewport(), Qt::LeftButton, modifiers, rect.center());
-}
-
-// Opens the context menu at a point of the view and triggers the entry with the
-// given text; false when no menu came up.
-bool triggerMenuEntry(BulkOperationsWidget& page, const QPoint& point, const QString& entry)
-{
-    bool shown = false;
-    QTimer driver; // the menu runs its own event loop; drive it from inside
-    driver.setInterval(20);
-    QObject::connect(&driver, &QTimer::timeout, [&] {
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        if (!menu)
-            return;
-        shown = true;
-        menu->close();
-        for (QAction* action : menu->actions()) {
-            if (action->text() == entry)
-                action->trigger();
-        }
-    });
-    driver.start();
-    page.actionSelectorShowContextMenu(point);
-    QTest::qWait(60);
-    return shown;
 }
 
 } // namespace
@@ -228,10 +202,14 @@ private slots:
         page.show();
         QVERIFY(QTest::qWaitForWindowExposed(&page));
         const QList<int> added = addActions(page, 3);
-        const auto onRow = [&page](const QList<int>& rows, const char* entry) {
+        // Whether a menu came up at the point, its entry `choice` triggered.
+        const auto menuAt = [&page](const QPoint& point, const QString& choice) {
+            return !DevicePage::poppedUpMenu([&] { page.actionSelectorShowContextMenu(point); }, choice)
+                        .isEmpty();
+        };
+        const auto onRow = [&](const QList<int>& rows, const char* entry) {
             select(page, rows);
-            const QPoint point = view(page)->visualRect(model(page)->index(rows.first(), 1)).center();
-            return triggerMenuEntry(page, point, QString::fromLatin1(entry));
+            return menuAt(view(page)->visualRect(model(page)->index(rows.first(), 1)).center(), entry);
         };
         const auto states = [&page] {
             QString result; // "x" checked, "-" unchecked
@@ -243,7 +221,7 @@ private slots:
         // Below the last row there is nothing to act on.
         const QPoint empty(10, view(page)->viewport()->height() - 5);
         QVERIFY(!view(page)->indexAt(empty).isValid());
-        QVERIFY(!triggerMenuEntry(page, empty, QStringLiteral("Remove")));
+        QVERIFY(!menuAt(empty, QStringLiteral("Remove")));
 
         QVERIFY(onRow({0, 2}, "Disable"));
         QCOMPARE(states(), QStringLiteral("-x-"));
@@ -263,19 +241,15 @@ private slots:
     {
         BulkOperationsWidget page;
         addActions(page, 2);
-        const auto arrowsAre = [&page](const char* suffix) {
-            const QImage up =
-                resourceImage(QStringLiteral(":/graphics/up-%1.png").arg(QLatin1String(suffix)));
-            const QImage down =
-                resourceImage(QStringLiteral(":/graphics/down-%1.png").arg(QLatin1String(suffix)));
+        const auto arrowsAre = [&page](const QString& suffix) {
             bool all = true;
             for (int row = 0; row < model(page)->rowCount(); ++row)
-                all = all && iconImage(model(page)->item(row, 2)->icon()) == up &&
-                      iconImage(model(page)->item(row, 3)->icon()) == down;
+                all = all &&
+                      DevicePage::sameIcon(model(page)->item(row, 2)->icon(), ":/graphics/up-" + suffix) &&
+                      DevicePage::sameIcon(model(page)->item(row, 3)->icon(), ":/graphics/down-" + suffix);
             return all;
         };
-        QVERIFY(resourceImage(QStringLiteral(":/graphics/up-light.png")) !=
-                resourceImage(QStringLiteral(":/graphics/up-dark.png")));
+        QVERIFY(!DevicePage::sameIcon(QIcon(":/graphics/up-light.png"), ":/graphics/up-dark.png"));
         const auto setWindowColour = [&page](const QColor& colour) {
             QPalette palette = page.palette();
             palette.setColor(QPalette::Window, colour);
@@ -283,11 +257,11 @@ private slots:
         };
 
         setWindowColour(QColor(40, 40, 40));
-        QVERIFY(arrowsAre("dark"));
+        QVERIFY(arrowsAre("dark.png"));
         page.actionSelectorAddAction(); // rows added now start with the dark arrows too
-        QVERIFY(arrowsAre("dark"));
+        QVERIFY(arrowsAre("dark.png"));
         setWindowColour(QColor(230, 230, 230));
-        QVERIFY(arrowsAre("light"));
+        QVERIFY(arrowsAre("light.png"));
     }
 };
 

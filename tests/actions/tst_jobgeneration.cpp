@@ -13,49 +13,11 @@
 using namespace ActionPage;
 using Step = QMap<QString, QVariant>;
 
-namespace {
-
-void setText(QGroupBox* box, BulkAction type, const char* name, const QString& text)
-{
-    field<QLineEdit>(box, type, name)->setText(text);
-}
-
-} // namespace
-
 class TestJobGeneration : public QObject
 {
     Q_OBJECT
 
 private slots:
-
-    void variablesOfEnabledStepsOnly()
-    {
-        BulkOperationsWidget page;
-        const auto addCommand = [&page](const char* text, bool enabled) {
-            setText(addTyped(page, BulkAction::RunCustomCommand, enabled), BulkAction::RunCustomCommand,
-                    "customCommandLineEdit", QString::fromLatin1(text));
-        };
-        addCommand("--device {{target_part}} {{ip_address}}", false);
-        addCommand("--device {{target_part}}", true);
-        addCommand("device info --device {{target_part}} --label \"{{nickname}}-{{ip_address}}\"", true);
-        setText(addTyped(page, BulkAction::FlashTargetDevice), BulkAction::FlashTargetDevice,
-                "appFileLineEdit", QStringLiteral("/images/{{serial_number}}.bin"));
-        // A type never chosen contributes nothing, even with filled-in settings.
-        setText(editBox(page, page.actionSelectorAddAction()), BulkAction::RunCustomCommand,
-                "customCommandLineEdit", QStringLiteral("{{ip_address}}"));
-
-        QStringList variables;
-        QCOMPARE(page.getTasksFromActionsList(variables).size(), 4);
-        // One argument holding two placeholders names only its first.
-        QCOMPARE(variables, (QStringList{QStringLiteral("target_part"), QStringLiteral("nickname"),
-                                         QStringLiteral("serial_number")}));
-        // Disabling the flash action drops its variable.
-        select(page, {3});
-        page.actionSelectorDisableHighlightedActions();
-        variables.clear();
-        page.getTasksFromActionsList(variables);
-        QCOMPARE(variables, (QStringList{QStringLiteral("target_part"), QStringLiteral("nickname")}));
-    }
 
     void restoringSteps()
     {

@@ -18,7 +18,7 @@ private slots:
         QTest::addColumn<QStringList>("before");
         QTest::addColumn<QStringList>("after");
 
-        // The page test covers the single-match rule and lists; these are the finer points.
+        // The job execution test covers the single-match rule and lists; these are the finer points.
         QTest::newRow("already listed, case matters")
             << Step{{"emz_file", "{{target_part}}"}, {"mode", "{{Target_Part}}"}}
             << QStringList{"target_part"} << QStringList{"target_part", "Target_Part"};

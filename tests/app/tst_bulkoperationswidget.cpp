@@ -1,15 +1,11 @@
 #include "bulkoperationswidget.h"
-#include "corvaneprocessrunner.h"
 #include "settingsutil.h"
 #include "testenvironment.h"
 #include "testregistry.h"
 
-#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QGroupBox>
 #include <QLabel>
-#include <QProgressBar>
-#include <QPushButton>
 #include <QStackedWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -64,8 +60,6 @@ private slots:
         QVERIFY(page.validateCorvaneExecutable(QString()));
         SettingsUtil::clearSetting(Settings::corvaneGroup, Settings::executableKey);
         QVERIFY(!page.validateCorvaneExecutable(QString()));
-        QCOMPARE(page.processRunner()->getExecutablePath(),
-                 QCoreApplication::applicationDirPath() + QStringLiteral("/corvane"));
     }
 
     void errorLineFollowsThePath()
@@ -98,23 +92,6 @@ private slots:
         QVERIFY(errorLabel(valid)->isHidden());
     }
 
-    void frameTexts()
-    {
-        BulkOperationsWidget page;
-        QCOMPARE(page.windowTitle(), QStringLiteral("Perform Bulk Operations"));
-        QStringList titles;
-        for (QGroupBox* box : page.findChildren<QGroupBox*>())
-            titles << box->title();
-        for (const char* title : {"Devices", "Actions", "Add Debug Connection Options"})
-            QVERIFY2(titles.contains(QLatin1String(title)), title);
-        QCOMPARE(page.findChild<QLabel*>(QStringLiteral("versionLabel"))->text(),
-                 QStringLiteral("0v1p1b1957"));
-        QVERIFY(page.findChild<QProgressBar*>(QStringLiteral("progressBar"))->isHidden());
-        auto* run = page.findChild<QPushButton*>(QStringLiteral("runButton"));
-        QCOMPARE(run->text(), QStringLiteral("Run"));
-        QVERIFY(!run->isEnabled() && run->isDefault());
-    }
-
     void enablingTheInputs()
     {
         BulkOperationsWidget page;
@@ -128,23 +105,6 @@ private slots:
         QVERIFY(stack->isEnabled());
         for (QGroupBox* box : page.findChildren<QGroupBox*>())
             QVERIFY2(box->isEnabled(), qPrintable(box->title()));
-    }
-
-    void commandLineSplitting_data()
-    {
-        QTest::addColumn<QString>("command");
-        QTest::addColumn<QStringList>("arguments");
-        QTest::newRow("plain") << "device info --json" << QStringList{"device", "info", "--json"};
-        QTest::newRow("quoted") << "flash \"my file.hex\" 0x0" << QStringList{"flash", "my file.hex", "0x0"};
-        QTest::newRow("extra spaces") << "  a   b  " << QStringList{"a", "b"};
-        QTest::newRow("empty") << "" << QStringList{};
-    }
-
-    void commandLineSplitting()
-    {
-        QFETCH(QString, command);
-        QFETCH(QStringList, arguments);
-        QCOMPARE(BulkOperationsWidget::parseCommandLineArguments(command), arguments);
     }
 
     void iconThemeFollowsWindowLightness()

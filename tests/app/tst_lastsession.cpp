@@ -20,8 +20,6 @@ class TestLastSession : public QObject, private DevicePage
 {
     Q_OBJECT
 
-    // Device rows as seen, the debug connection options and every action's step with its settings.
-
 private slots:
     void cleanupTestCase()
     {

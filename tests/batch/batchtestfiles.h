@@ -1,5 +1,6 @@
 #pragma once
 
+#include "batchutil.h"
 #include "forkedprocess.h"
 
 #include <QDir>
@@ -70,6 +71,27 @@ inline QStringList messages(const QSignalSpy& spy)
     for (const QList<QVariant>& signal : spy)
         texts << signal.at(0).toString();
     return texts;
+}
+
+// A job bundle as BatchUtil reads it, with the error messages of the read.
+struct Bundle
+{
+    bool ok = false;
+    QList<QMap<QString, QVariant>> steps;
+    QList<BatchUtil::DeviceEntry> devices;
+    bool applied = false;
+    QString tif;
+    int speed = 0;
+    QStringList parameters, errors;
+};
+
+inline Bundle readBundle(BatchUtil& util, const QString& path)
+{
+    QSignalSpy spy(&util, &BatchUtil::errorEncountered);
+    Bundle b;
+    b.ok = util.bundleRead(path, b.steps, b.devices, b.applied, b.tif, b.speed, b.parameters);
+    b.errors = messages(spy);
+    return b;
 }
 
 // Sets an environment variable until the returned guard goes out of scope.

@@ -45,26 +45,6 @@ struct Sandbox
 };
 const QStringList untouched{"outside/", "tmp/"};
 
-struct Bundle
-{
-    bool ok = false;
-    QList<Step> steps;
-    QList<Device> devices;
-    bool applied = false;
-    QString tif;
-    int speed = 0;
-    QStringList parameters, errors;
-};
-
-Bundle readBundle(BatchUtil& util, const QString& path)
-{
-    QSignalSpy spy(&util, &BatchUtil::errorEncountered);
-    Bundle b;
-    b.ok = util.bundleRead(path, b.steps, b.devices, b.applied, b.tif, b.speed, b.parameters);
-    b.errors = messages(spy);
-    return b;
-}
-
 } // namespace
 
 class TestJobBundle : public QObject

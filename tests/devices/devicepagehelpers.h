@@ -143,16 +143,20 @@ struct DevicePage
         return texts;
     }
 
-    // The texts of the modal menus that `trigger` pops up (each is closed as
-    // it opens), or none.
-    template<typename Trigger> static QStringList poppedUpMenu(Trigger trigger)
+    // The texts of the modal menus that `trigger` pops up, or none. Each is
+    // closed as it opens, then its entry named `choice`, if any, is triggered.
+    template<typename Trigger>
+    static QStringList poppedUpMenu(Trigger trigger, const QString& choice = QString())
     {
         QStringList entries;
         QTimer closer;
-        QObject::connect(&closer, &QTimer::timeout, [&entries] {
+        QObject::connect(&closer, &QTimer::timeout, [&entries, &choice] {
             if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
                 entries += menuTexts(menu);
                 menu->close();
+                for (QAction* action : menu->actions())
+                    if (!choice.isEmpty() && action->text() == choice)
+                        action->trigger();
             }
         });
         closer.start(100);

@@ -1,5 +1,5 @@
-#include "batchutil.h"
 #include "devicepagehelpers.h"
+#include "devicetable.h"
 #include "testenvironment.h"
 #include "testregistry.h"
 
@@ -10,6 +10,38 @@
 #include <QTest>
 
 #include <tuple>
+
+namespace {
+
+// The device table without a page: its model, its view and the bookkeeping.
+struct Table
+{
+    QStandardItemModel model{0, DeviceColumnCount};
+    DeviceSelectorTreeView view;
+    DeviceTable table{&model, &view};
+
+    Table() { view.setModel(&model); }
+
+    // Each row as "check mark|offered connections|chosen one|serial|address|part|nickname".
+    QStringList rows() const
+    {
+        QStringList rows;
+        for (int row = 0; row < model.rowCount(); ++row) {
+            const DynamicComboBox* box = table.connectionBox(row);
+            QStringList offered;
+            for (int i = 0; i < box->count(); ++i)
+                offered << box->itemText(i);
+            QStringList cells{model.item(row, DeviceSelectColumn)->checkState() == Qt::Checked ? "x" : "-",
+                              offered.join('+'), box->currentText()};
+            for (int column = DeviceSerialNumberColumn; column < DeviceStatusColumn; ++column)
+                cells << model.item(row, column)->text();
+            rows << cells.join('|');
+        }
+        return rows;
+    }
+};
+
+} // namespace
 
 class TestDeviceTable : public QObject, DevicePage
 {
@@ -31,15 +63,9 @@ class TestDeviceTable : public QObject, DevicePage
 private slots:
     void init() { TestEnvironment::clearSettings(); }
 
-    void headersControlsAndManualRow()
+    void discoverButtonAndManualRow()
     {
         BulkOperationsWidget page;
-        QStringList headers;
-        for (int column = 0; column < model(page)->columnCount(); ++column)
-            headers << model(page)->headerData(column, Qt::Horizontal).toString();
-        QCOMPARE(headers, QStringList({"Select", "Connection", "Serial Number", "IP Address", "Target Part",
-                                       "Nickname", "Status"}));
-
         // The discover button needs at least one kind of search, also when the
         // controls come back after a run.
         auto* usb = child<QCheckBox>(page, "deviceSelectorDiscoverUsbCheckBox");
@@ -57,12 +83,7 @@ private slots:
         child<QPushButton>(page, "deviceSelectorAddButton")->click();
         QCOMPARE(comboItems(page, 0), QStringList({"USB", "IP"}));
         QCOMPARE(connection(page, 0), QStringLiteral("USB"));
-        QVERIFY(!isChecked(page, 0) && model(page)->item(0, DeviceSelectColumn)->isCheckable());
-        for (int column = 0; column < DeviceColumnCount; ++column)
-            QCOMPARE(model(page)->item(0, column)->isEditable(),
-                     column >= DeviceSerialNumberColumn && column <= DeviceTargetPartColumn);
-        // An empty target part is no text at all, not an empty one.
-        QVERIFY(!model(page)->item(0, DeviceTargetPartColumn)->data(Qt::DisplayRole).isValid());
+        QVERIFY(!isChecked(page, 0));
     }
 
     void mergeRules_data()
@@ -77,22 +98,22 @@ private slots:
     void mergeRules()
     {
         QFETCH(bool, batched);
-        BulkOperationsWidget page;
-        QAbstractItemModelTester tester(model(page), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        Table t;
+        QAbstractItemModelTester tester(&t.model, QAbstractItemModelTester::FailureReportingMode::QtTest);
         // serial, ip, part, nickname, usb, ip, checked
         using Add = std::tuple<QString, QString, QString, QString, bool, bool, bool>;
-        const auto add = [&page](const QList<Add>& rows) {
+        const auto add = [&t](const QList<Add>& rows) {
             for (const auto& [serial, ip, part, nickname, usb, byIp, checked] : rows)
-                page.addDeviceToTable(serial, ip, part, nickname, usb, byIp, checked, true);
+                t.table.addDevice(serial, ip, part, nickname, usb, byIp, checked, true);
         };
         add({{"801002345", "", "KM32G101F512", "bench-left", true, false, true},
              {"801002346", "10.0.0.6", "", "bench-right", true, true, false},
              {"", "10.0.1.1", "", "lab-a", false, true, false},
              {"801002347", "10.0.0.7", "", "rack-a1", true, false, true}});
-        combo(page, 1)->setCurrentText(QStringLiteral("IP"));
+        t.table.connectionBox(1)->setCurrentText(QStringLiteral("IP"));
 
         if (batched)
-            page.deviceSelectorBeginRowBatch();
+            t.table.beginBatch();
         add({{"801002346", "", "", "", true, false, false},
              {"801002399", "10.0.0.9", "", "new-1", false, true, true},
              {"801002345", "10.0.0.5", "", "", false, true, false},
@@ -101,25 +122,79 @@ private slots:
              {"801002347", "", "", "", true, false, false},
              {"", "10.0.1.3", "", "lab-c", false, true, false}});
         if (batched) {
-            QCOMPARE(model(page)->rowCount(), 4); // nothing reaches the table before the batch ends
-            page.deviceSelectorEndRowBatch();
+            QCOMPARE(t.model.rowCount(), 4); // nothing reaches the table before the batch ends
+            t.table.endBatch();
         }
 
         // Merged rows move to the bottom, keep check mark, address, part and
         // nickname where the new ones are empty, and offer the old connection
         // first; an old USB row that knew an address gains "IP".
-        QStringList rows;
-        for (int row = 0; row < model(page)->rowCount(); ++row) {
-            QStringList cells = {isChecked(page, row) ? "x" : "-", comboItems(page, row).join('+'),
-                                 connection(page, row)};
-            for (int column = DeviceSerialNumberColumn; column < DeviceStatusColumn; ++column)
-                cells << text(page, row, column);
-            rows << cells.join('|');
-        }
-        QCOMPARE(rows, QStringList({"-|IP+USB|IP|801002346|10.0.0.6||bench-right",
-                                    "x|USB+IP|USB|801002345|10.0.0.5|KM32G101F512|bench-left",
-                                    "x|IP+USB|IP|801002399|10.0.0.9|AX7L2|new-2",
-                                    "x|USB+IP|USB|801002347|10.0.0.7||rack-a1", "-|IP|IP||10.0.1.3||lab-c"}));
+        QCOMPARE(t.rows(),
+                 QStringList({"-|IP+USB|IP|801002346|10.0.0.6||bench-right",
+                              "x|USB+IP|USB|801002345|10.0.0.5|KM32G101F512|bench-left",
+                              "x|IP+USB|IP|801002399|10.0.0.9|AX7L2|new-2",
+                              "x|USB+IP|USB|801002347|10.0.0.7||rack-a1", "-|IP|IP||10.0.1.3||lab-c"}));
+    }
+
+    void idsLookupsAndConnectionTypes()
+    {
+        Table t;
+        t.table.addDevice(" 801002345 ", "10.0.0.5", "", "", true, true, false, true);
+        t.table.addDevice("", " 10.0.0.6 ", "", "", false, true, false, true);
+        t.table.addDevice("801002346", "801002345", "", "", true, true, false, true);
+        QCOMPARE(QStringList({t.table.idOf(0), t.table.idOf(1), t.table.idOf(17)}),
+                 QStringList({"801002345", "10.0.0.6", ""}));
+        const auto rowsOf = [&t](const QStringList& ids) {
+            QList<int> rows;
+            for (const QString& id : ids)
+                rows << t.table.rowOf(id);
+            return rows;
+        };
+        // Lookup is exact: no trimming, and serial before address on each row.
+        QCOMPARE(rowsOf({"801002345", " 801002345 ", "10.0.0.5", "10.0.0.6", " 10.0.0.6 ", "__usb__"}),
+                 QList<int>({2, 0, 0, -1, 1, -1}));
+
+        // Lookups follow edits, sorting and removal of rows.
+        t.model.setData(t.model.index(1, DeviceSerialNumberColumn), QStringLiteral("801009999"));
+        t.model.setData(t.model.index(0, DeviceIpAddressColumn), QStringLiteral("10.0.0.9"));
+        QCOMPARE(rowsOf({"801009999", "10.0.0.5", "10.0.0.9"}), QList<int>({1, -1, 0}));
+        t.model.sort(DeviceSerialNumberColumn, Qt::DescendingOrder);
+        QCOMPARE(rowsOf({"801009999", "801002346"}), QList<int>({0, 1}));
+        t.model.removeRow(0);
+        QCOMPARE(rowsOf({"801009999", "801002346"}), QList<int>({-1, 0}));
+        t.table.addDevice("801009998", "", "", "", true, false, false, true);
+        QCOMPARE(t.table.rowOf(QStringLiteral("801009998")), t.model.rowCount() - 1);
+
+        const QList<QPair<QString, int>> types = {{"USB", BatchUtil::Usb},
+                                                  {"usb", BatchUtil::Usb},
+                                                  {"Ip", BatchUtil::Ip},
+                                                  {"N/A", BatchUtil::Unknown},
+                                                  {" USB", BatchUtil::Unknown}};
+        for (const auto& [name, type] : types)
+            QCOMPARE(int(DeviceTable::connectionType(name)), type);
+        QCOMPARE(DeviceTable::connectionText(BatchUtil::Ip), QStringLiteral("IP"));
+        QCOMPARE(DeviceTable::connectionText(BatchUtil::Unknown), QStringLiteral("Unknown"));
+    }
+
+    void disablingAgainReachesNewRows()
+    {
+        Table t;
+        t.table.addDevice("801002345", "", "", "", true, false, false, true);
+        const auto editable = [&t](int row) {
+            return t.model.item(row, DeviceSelectColumn)->isEnabled() &&
+                   t.model.item(row, DeviceTargetPartColumn)->isEditable() &&
+                   t.table.connectionBox(row)->isEnabled();
+        };
+        t.table.setRowsEnabled(false);
+        QVERIFY(!editable(0));
+        // A row that arrives while the table is disabled follows the next call, also a repeated one.
+        t.table.addDevice("801002346", "192.0.2.7", "", "", true, true, false, true);
+        QVERIFY(editable(1));
+        t.table.setRowsEnabled(false);
+        QVERIFY(!editable(0) && !editable(1));
+        t.table.setRowsEnabled(true);
+        t.table.setRowsEnabled(true);
+        QVERIFY(editable(0) && editable(1));
     }
 
     void connectionBoxIsRebuiltWhenOpened()
@@ -188,71 +263,6 @@ private slots:
                  QStringList({"KM32G101F512", "AX7L2", "KM32G101F512"}));
         lineEdit->clear();
         QCOMPARE(column(page, DeviceTargetPartColumn), QStringList({"KM32G101F512", "", "KM32G101F512"}));
-    }
-
-    void disablingAgainReachesNewRows()
-    {
-        BulkOperationsWidget page;
-        page.addDeviceToTable("801002345", "", "", "", true, false, false, true);
-        const auto editable = [&page](int row) {
-            return model(page)->item(row, DeviceSelectColumn)->isEnabled() &&
-                   model(page)->item(row, DeviceTargetPartColumn)->isEditable() &&
-                   combo(page, row)->isEnabled();
-        };
-        page.enableGuiElements(false);
-        QVERIFY(!editable(0));
-        // A row that arrives while the page is disabled follows the next call, also a repeated one.
-        page.addDeviceToTable("801002346", "192.0.2.7", "", "", true, true, false, true);
-        QVERIFY(editable(1));
-        page.enableGuiElements(false);
-        QVERIFY(!editable(0) && !editable(1));
-        page.enableGuiElements(true);
-        page.enableGuiElements(true);
-        QVERIFY(editable(0) && editable(1));
-    }
-
-    void deviceIdsAndConnectionTypes()
-    {
-        BulkOperationsWidget page;
-        page.addDeviceToTable(" 801002345 ", "10.0.0.5", "", "", true, true, false, true);
-        page.addDeviceToTable("", " 10.0.0.6 ", "", "", false, true, false, true);
-        page.addDeviceToTable("801002346", "801002345", "", "", true, true, false, true);
-        QCOMPARE(page.getDeviceIdInModel(0), QStringLiteral("801002345"));
-        QCOMPARE(page.getDeviceIdInModel(1), QStringLiteral("10.0.0.6"));
-        QCOMPARE(page.getDeviceIdInModel(17), QString());
-
-        // Lookup is exact: no trimming, and serial before address on each row.
-        const QList<QPair<QString, int>> lookups = {{"801002345", 2}, {" 801002345 ", 0}, {"10.0.0.5", 0},
-                                                    {"10.0.0.6", -1}, {" 10.0.0.6 ", 1},  {"__usb__", -1}};
-        for (const auto& [id, row] : lookups)
-            QCOMPARE(page.getDeviceIndexInModel(id), row);
-
-        // Lookups follow edits, sorting and removal of rows.
-        QStandardItemModel* model =
-            page.findChild<QStandardItemModel*>(QStringLiteral("deviceSelectorModel"));
-        model->setData(model->index(1, DeviceSerialNumberColumn), QStringLiteral("801009999"));
-        QCOMPARE(page.getDeviceIndexInModel(QStringLiteral("801009999")), 1);
-        model->setData(model->index(0, DeviceIpAddressColumn), QStringLiteral("10.0.0.9"));
-        QCOMPARE(page.getDeviceIndexInModel(QStringLiteral("10.0.0.5")), -1);
-        QCOMPARE(page.getDeviceIndexInModel(QStringLiteral("10.0.0.9")), 0);
-        model->sort(DeviceSerialNumberColumn, Qt::DescendingOrder);
-        QCOMPARE(page.getDeviceIndexInModel(QStringLiteral("801009999")), 0);
-        QCOMPARE(page.getDeviceIndexInModel(QStringLiteral("801002346")), 1);
-        model->removeRow(0);
-        QCOMPARE(page.getDeviceIndexInModel(QStringLiteral("801009999")), -1);
-        QCOMPARE(page.getDeviceIndexInModel(QStringLiteral("801002346")), 0);
-        page.addDeviceToTable("801009998", "", "", "", true, false, false, true);
-        QCOMPARE(page.getDeviceIndexInModel(QStringLiteral("801009998")), model->rowCount() - 1);
-
-        const QList<QPair<QString, int>> types = {{"USB", BatchUtil::Usb},
-                                                  {"usb", BatchUtil::Usb},
-                                                  {"Ip", BatchUtil::Ip},
-                                                  {"N/A", BatchUtil::Unknown},
-                                                  {" USB", BatchUtil::Unknown}};
-        for (const auto& [name, type] : types)
-            QCOMPARE(int(BulkOperationsWidget::connectionTypeFromString(name)), type);
-        QCOMPARE(BulkOperationsWidget::connectionTypeToString(BatchUtil::Ip), QStringLiteral("IP"));
-        QCOMPARE(BulkOperationsWidget::connectionTypeToString(BatchUtil::Unknown), QStringLiteral("Unknown"));
     }
 };
 

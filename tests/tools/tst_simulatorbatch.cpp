@@ -64,7 +64,7 @@ private slots:
     void logFileIsAppended();
     void failuresAndExitCodes();
     void timeoutEndsTheRun();
-    void faultsStrikeTheirAction();
+    void strayBytesOnlyInTheirAction();
 };
 
 void TestSimulatorBatch::actionsAreNumberedByTheirPlaceInTheJob()
@@ -200,30 +200,20 @@ void TestSimulatorBatch::timeoutEndsTheRun()
     QVERIFY(slow.exitCode == 0 && slow.elapsedMs >= 600);
 }
 
-void TestSimulatorBatch::faultsStrikeTheirAction()
+// Flood, failure and crash at a chosen action are read back through the page by the hardening and
+// job run tests; where the bytes that are not UTF-8 land is seen only here.
+void TestSimulatorBatch::strayBytesOnlyInTheirAction()
 {
     QTemporaryDir dir;
     SimulatorProcess simulator(dir.path());
     simulator.setFleet("adapters:\n  - serial: 801002345\n    part: KM32G101F512\n    faults:\n"
-                       "      - {command: batch, effect: flood, step: 1, lines: 5000}\n"
-                       "      - {command: batch, effect: non_utf8, step: 2}\n"
-                       "      - {command: batch, effect: fail, step: 3, exit_code: 5}\n"
-                       "  - serial: 801002346\n    part: KM32G101F512\n    faults:\n"
-                       "      - {command: batch, effect: crash, step: 2}\n");
-    const QString bundle = writeBundle(dir.path(), {step("wait", true, {{"duration_ms", 1}}),
-                                                    step("wait", true, {{"duration_ms", 2}}),
-                                                    step("wait", true, {{"duration_ms", 3}})});
-    const auto outcome = simulator.run(onSerial(bundle));
-    QCOMPARE(outcome.exitCode, 5);
-    QCOMPARE(actionNumbers(outcome.lines()), QString("1 2 3"));
-    QCOMPARE(outcome.lines().filter(QRegularExpression("^Transfer detail \\d+ of 5000$")).size(), 5000);
-    // Only the lines of action 2 carry the stray bytes, not the line announcing it.
+                       "      - {command: batch, effect: non_utf8, step: 2}\n");
+    const auto outcome = simulator.run(onSerial(writeBundle(
+        dir.path(), {step("wait", true, {{"duration_ms", 1}}), step("wait", true, {{"duration_ms", 2}})})));
+    QCOMPARE(outcome.exitCode, 0);
+    QCOMPARE(actionNumbers(outcome.lines()), QString("1 2"));
+    QVERIFY(outcome.stdoutData.contains("Running action 1: wait\nWaiting 1 ms\n"));
     QVERIFY(outcome.stdoutData.contains("Running action 2: wait\nWaiting 2 ms \xff\xfe\xb0\n"));
-    QVERIFY(outcome.stdoutData.contains("Running action 3: wait\nERROR: Simulated failure.\n"));
-
-    const auto crashed = simulator.run({"batch", bundle, "--serialno", "801002346"});
-    QCOMPARE(crashed.exitStatus, QProcess::CrashExit);
-    QCOMPARE(actionNumbers(crashed.lines()), QString("1 2"));
 }
 
 HARNWICK_TEST(TestSimulatorBatch)

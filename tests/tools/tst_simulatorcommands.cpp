@@ -22,9 +22,7 @@ class TestSimulatorCommands : public QObject
 private slots:
     void usageAndFleetErrors_data();
     void usageAndFleetErrors();
-    void adapterListsOfTheBuiltInFleet();
-    void probeAndDeviceInfo();
-    void fleetFileReplacesTheBuiltInFleet();
+    void adaptersThatAreNotThere();
     void everyInvocationIsRecorded();
 };
 
@@ -74,50 +72,12 @@ void TestSimulatorCommands::usageAndFleetErrors()
     }
 }
 
-void TestSimulatorCommands::adapterListsOfTheBuiltInFleet()
+// The device page's tests run discovery, probing and detection on the built-in fleet and on fleet
+// files; what they never ask for is an adapter that is not there.
+void TestSimulatorCommands::adaptersThatAreNotThere()
 {
     QTemporaryDir dir;
     const SimulatorProcess simulator(dir.path());
-    QSet<qint64> usbSerials;
-    for (const QString& net : {QString(), QStringLiteral(" --net")}) {
-        const auto list = simulator.runLine(ListUsb + net);
-        QCOMPARE(list.exitCode, 0);
-        const QJsonObject result = list.json()["result"].toObject();
-        const QJsonArray devices = result.value("devices").toArray();
-        QCOMPARE(devices.size(), net.isEmpty() ? 6 : 3);
-        QCOMPARE(result.value("device_count"), QJsonValue(devices.size()));
-        int reachableBothWays = 0;
-        for (const QJsonValue& value : devices) {
-            const QJsonObject device = value.toObject();
-            const qint64 serial = qint64(device.value("serial_number").toDouble());
-            QVERIFY(device.value("adapter_ip").isString() && device.value("adapter_nickname").isString());
-            QVERIFY(net.isEmpty() || !device.value("adapter_ip").toString().isEmpty());
-            reachableBothWays += usbSerials.contains(serial);
-            if (net.isEmpty())
-                usbSerials.insert(serial);
-        }
-        QCOMPARE(reachableBothWays, net.isEmpty() ? 0 : 1);
-    }
-    QVERIFY(usbSerials.contains(3000123456)); // beyond the signed 32-bit range
-    // The same invocation always gives the same bytes.
-    QCOMPARE(simulator.runLine(ListUsb).stdoutData, simulator.runLine(ListUsb).stdoutData);
-}
-
-void TestSimulatorCommands::probeAndDeviceInfo()
-{
-    QTemporaryDir dir;
-    const SimulatorProcess simulator(dir.path());
-    const auto usbProbe = simulator.runLine("adapter probe --json --serialno 801002345");
-    QCOMPARE(usbProbe.exitCode, 0);
-    QCOMPARE(usbProbe.json().value("success"), QJsonValue(true));
-    const QJsonObject kit = usbProbe.json()["result"]["kit_info"].toObject();
-    QCOMPARE(kit.value("j_link_serial").toDouble(), 801002345.0);
-    QCOMPARE(QStringList({kit.value("ip_address").toString(), kit.value("debug_part").toString(),
-                          kit.value("nickname").toString()}),
-             QStringList({"unknown", "KM32G101F512", "bench-left"}));
-    const auto ipProbe = simulator.runLine("adapter probe --json --ip 192.0.2.20");
-    QCOMPARE(ipProbe.json()["result"]["kit_info"]["ip_address"].toString(), QString("192.0.2.20"));
-
     // A network-only adapter is not found over USB, nor an unknown address anywhere.
     for (const QStringList& address :
          {QStringList{"--serialno", "803110042"}, QStringList{"--ip", "192.0.2.99"}}) {
@@ -126,39 +86,8 @@ void TestSimulatorCommands::probeAndDeviceInfo()
         QCOMPARE(missing.json().value("success"), QJsonValue(false));
         QVERIFY(missing.json().value("error").toString().contains(address.at(1)));
     }
-
-    const auto info = simulator.runLine("device info --json --ip 192.0.2.22");
-    QCOMPARE(info.exitCode, 0);
-    QCOMPARE(info.json()["result"]["device_info"]["part_number"].toString(), QString("TR7A220M0512"));
-    // The wide-serial adapter's target needs a hint; the hint then becomes the answer.
-    const auto unhinted = simulator.runLine("device info --json --serialno 3000123456");
-    QCOMPARE(unhinted.json().value("success"), QJsonValue(false));
-    QCOMPARE(unhinted.exitCode, 1);
-    const auto hinted = simulator.runLine("device info --json --device KM40H330F1024 --serialno 3000123456");
-    QCOMPARE(hinted.json()["result"]["device_info"]["part_number"].toString(), QString("KM40H330F1024"));
-
     QCOMPARE(simulator.runLine("gui --ip 192.0.2.21").exitCode, 0);
     QCOMPARE(simulator.runLine("gui --serialno 123456789").exitCode, 1);
-    const QJsonArray parts = simulator.runLine("completion listopns --json").json().value("info").toArray();
-    QVERIFY(parts.size() >= 5 && parts.first().isString());
-}
-
-void TestSimulatorCommands::fleetFileReplacesTheBuiltInFleet()
-{
-    QTemporaryDir dir;
-    SimulatorProcess simulator(dir.path());
-    simulator.setFleet("part_numbers: [KX12B008A064]\n"
-                       "adapters: [{serial: 4000000001, nickname: only-one, part: KX12B008A064}]\n");
-    const QJsonArray devices = simulator.runLine(ListUsb).json()["result"]["devices"].toArray();
-    QCOMPARE(devices.size(), 1);
-    QCOMPARE(devices.at(0).toObject().value("serial_number").toDouble(), 4000000001.0);
-    QCOMPARE(devices.at(0).toObject().value("adapter_nickname").toString(), QString("only-one"));
-    const auto net = simulator.runLine(ListUsb + " --net");
-    QCOMPARE(net.json()["result"]["device_count"].toInt(), 0);
-    QVERIFY(net.json()["result"]["devices"].isArray());
-    QCOMPARE(simulator.runLine("completion listopns --json").json().value("info").toArray(),
-             QJsonArray({"KX12B008A064"}));
-    QCOMPARE(simulator.runLine("adapter probe --json --serialno 801002345").exitCode, 1);
 }
 
 void TestSimulatorCommands::everyInvocationIsRecorded()
