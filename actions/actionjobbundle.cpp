@@ -59,25 +59,18 @@ void BulkOperationsWidget::loadBatchJob(const QString& path)
     deviceSelectorModel->removeRows(0, deviceSelectorModel->rowCount());
     actionSelectorRemoveAllActions();
 
-    // One batch for all rows; the connection each device was saved with is
-    // chosen once the rows exist.
-    QList<QPair<QString, BatchUtil::ConnectionType>> connections;
+    // One batch for all rows, each with the connection it was saved with.
     deviceSelectorBeginRowBatch();
     for (const BatchUtil::DeviceEntry& device : devices) {
         const QString serialNumber =
             device.serialNumber == 0 ? QString() : QString::number(device.serialNumber);
-        addDeviceToTable(serialNumber, device.ip, device.targetDevice, device.nickname, true,
-                         !device.ip.isEmpty(), device.selected, true);
-        const QString id = serialNumber.isEmpty() ? device.ip.trimmed() : serialNumber;
-        if (device.connectionType != BatchUtil::Unknown && !id.isEmpty())
-            connections.append({id, device.connectionType});
+        deviceTable->addDevice(serialNumber, device.ip, device.targetDevice, device.nickname, true,
+                               !device.ip.isEmpty(), device.selected, true,
+                               device.connectionType == BatchUtil::Unknown
+                                   ? QString()
+                                   : connectionTypeToString(device.connectionType));
     }
     deviceSelectorEndRowBatch();
-    for (const auto& connection : connections) {
-        const int row = getDeviceIndexInModel(connection.first);
-        if (DynamicComboBox* combo = row >= 0 ? deviceSelectorConnectionComboBox(row) : nullptr)
-            combo->setProperty("currentText", connectionTypeToString(connection.second));
-    }
 
     actionSelectorRestoreActionsFromSteps(steps);
 }

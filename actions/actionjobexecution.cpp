@@ -8,8 +8,10 @@
 #include "deviceselectorcolumns.h"
 #include "deviceselectortreeview.h"
 #include "dynamiccombobox.h"
+#include "jobchecks.h"
 #include "jobexecution.h"
 #include "jobrunengine.h"
+#include "latestlines.h"
 #include "qprogressindicator.h"
 #include "settingsutil.h"
 
@@ -53,6 +55,18 @@ void BulkOperationsWidget::runJob(const QList<int>& rows)
 {
     JobRunRequest request = jobOnPage();
     request.devices = deviceSelectorJobDevices(rows);
+    // What can be known before anything starts is said once, here, not after minutes of flashing on
+    // every board. Only devices that can be run are checked.
+    const JobContext context{request.debugInterface, request.debugSpeed};
+    QList<JobDevice> runnable;
+    for (const JobDevice& device : qAsConst(request.devices))
+        if (!JobExecution::deviceSpecificArguments(device, {}, context).first.isEmpty())
+            runnable << device;
+    const QString problem = JobChecks::firstProblem(actionSelectorRows(), runnable, context);
+    if (!problem.isEmpty()) {
+        emit errorEncountered(problem);
+        return;
+    }
     request.logging = loggingIsEnabled();
     request.logDirectory = Settings::logFileDirectory();
     request.timeoutSeconds = Settings::processTimeoutSeconds();
@@ -83,6 +97,8 @@ BulkOperationsWidget::getDeviceSpecificArguments(const QList<int>& rows, const Q
 
 void BulkOperationsWidget::setupJobRunEngine()
 {
+    latestLines = new LatestLines(statusRefreshMs, this);
+    connect(latestLines, &LatestLines::refresh, this, &BulkOperationsWidget::showPendingStatusLines);
     jobRunEngine = new JobRunEngine(corvaneProcessRunner, this);
     connect(jobRunEngine, &JobRunEngine::errorEncountered, this, &BulkOperationsWidget::errorEncountered);
     connect(jobRunEngine, &JobRunEngine::deviceRefused, this,
@@ -193,24 +209,11 @@ void BulkOperationsWidget::deviceSelectorOnProcessFeedbackReceived(const QString
     // Probe and detection replies are JSON documents, not progress worth showing.
     if (deviceSelectorOperationRunning())
         return;
-    pendingStatusLines.insert(key, line);
-    scheduleStatusRefresh();
+    latestLines->add(key, line);
 }
 
-void BulkOperationsWidget::scheduleStatusRefresh()
+void BulkOperationsWidget::showPendingStatusLines(const QHash<QString, QByteArray>& lines)
 {
-    if (!statusRefreshTimer) {
-        statusRefreshTimer = new QTimer(this);
-        statusRefreshTimer->setSingleShot(true);
-        connect(statusRefreshTimer, &QTimer::timeout, this, &BulkOperationsWidget::showPendingStatusLines);
-    }
-    if (!statusRefreshTimer->isActive())
-        statusRefreshTimer->start(statusRefreshMs);
-}
-
-void BulkOperationsWidget::showPendingStatusLines()
-{
-    const QHash<QString, QByteArray> lines = std::exchange(pendingStatusLines, {});
     // Fitting the status column measures every row; fit it once for the whole refresh,
     // before control returns to the event loop, rather than once per changed row.
     deviceSelectorHoldColumnFits(true);
@@ -235,22 +238,27 @@ void BulkOperationsWidget::showJobDeviceOutcome(const JobDeviceRun& run)
 {
     progressBar->setValue(progressBar->value() + 1);
     // A line still waiting to be shown must not overwrite the outcome.
-    pendingStatusLines.remove(run.id);
+    latestLines->drop(run.id);
     const int row = getDeviceIndexInModel(run.id);
     if (row < 0)
         return;
     const QString elapsed = JobExecution::elapsedText(run.elapsedMs);
-    const QString tooltip = tr("Process output:\n\n%1").arg(QString::fromUtf8(run.output));
+    const bool failed = run.state != JobDeviceState::Done;
+    const QString tooltip = JobExecution::outcomeToolTip(
+        run.output, run.errorOutput,
+        {run.exitCode, run.state == JobDeviceState::Crashed || run.state == JobDeviceState::Aborted,
+         run.timedOut},
+        failed);
     // Outcomes, like live lines, fit the status column on the next refresh: with many devices
     // finishing, fitting it for each would measure every row each time.
     deviceSelectorHoldColumnFits(true);
-    if (run.state != JobDeviceState::Done)
+    if (failed)
         setDeviceStatusError(
             row, tr("Job failed during action %1 (elapsed: %2)").arg(run.action).arg(elapsed), tooltip);
     else
         setDeviceStatusInfo(row, tr("DONE (elapsed: %1)").arg(elapsed), tooltip, CORPORATE_GREEN);
     deviceSelectorHoldColumnFits(false);
-    scheduleStatusRefresh();
+    latestLines->schedule();
 }
 
 void BulkOperationsWidget::onMultiProcessAborted(const QString& key)
@@ -262,7 +270,15 @@ void BulkOperationsWidget::onMultiProcessAborted(const QString& key)
     deviceSelectorHoldColumnFits(true);
     setDeviceStatusInfo(row, tr("ABORTED"), tr("Job was aborted by user"), CORPORATE_YELLOW);
     deviceSelectorHoldColumnFits(false);
-    scheduleStatusRefresh();
+    latestLines->schedule();
+}
+
+bool BulkOperationsWidget::finishJobInBackground()
+{
+    if (operation != PageOperation::RunningJob)
+        return false;
+    jobRunEngine->abortWaitingDevices();
+    return true;
 }
 
 void BulkOperationsWidget::onAbortButtonPressed()
@@ -291,7 +307,8 @@ void BulkOperationsWidget::onAllMultiProcessesFinished()
     disconnect(runButton, &QPushButton::clicked, this, &BulkOperationsWidget::onAbortButtonPressed);
     runButton->setText(tr("Run"));
     runButton->setToolTip(tr("Run batch job on selected devices"));
-    runButton->setEnabled(true);
+    // Whatever the page was doing, Run stays closed while there is no action to run.
+    runButton->setEnabled(actionModel->rowCount() > 0);
     connect(runButton, &QPushButton::clicked, this, &BulkOperationsWidget::onRunButtonPressed,
             Qt::UniqueConnection);
 }

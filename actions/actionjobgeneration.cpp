@@ -3,6 +3,7 @@
 #include "bulkaction.h"
 #include "bulkoperationswidget.h"
 #include "hexspinbox.h"
+#include "jobchecks.h"
 #include "jobsteps.h"
 #include "jobvariables.h"
 
@@ -85,37 +86,45 @@ void addSettings(QWidget* page, BulkAction type, QMap<QString, QVariant>& step)
 
 } // namespace
 
-QList<QMap<QString, QVariant>> BulkOperationsWidget::getTasksFromActionsList(QStringList& variableNames)
+QList<JobCheckAction> BulkOperationsWidget::actionSelectorRows()
 {
-    QList<QMap<QString, QVariant>> steps;
+    QList<JobCheckAction> rows;
     for (int row = 0; row < actionModel->rowCount(); ++row) {
         const QStandardItem* enabledItem = actionModel->item(row, 0);
         const QStandardItem* nameItem = actionModel->item(row, 1);
         if (!enabledItem || !nameItem)
             continue;
-        const bool enabled = enabledItem->checkState() == Qt::Checked;
+        JobCheckAction action;
+        action.enabled = enabledItem->checkState() == Qt::Checked;
         const int actionId = nameItem->data(actionIdRole).toInt();
-
         // By the page's own id, so a list and stack out of step cannot mix settings up.
         QWidget* editBox = actionEditorStack->widget(getActionEditorStackIndexFromActionId(actionId));
-        if (!editBox)
-            continue;
-        auto* pageStack = editBox->findChild<QStackedWidget*>(QStringLiteral("pageStack"));
-        if (!pageStack || !pageStack->currentWidget())
-            continue;
-        QWidget* settings = pageStack->currentWidget();
-        const BulkAction type = BulkActions::fromInt(settings->property("actionType").toInt());
-        if (type == BulkAction::None)
-            continue;
+        auto* pageStack =
+            editBox ? editBox->findChild<QStackedWidget*>(QStringLiteral("pageStack")) : nullptr;
+        QWidget* settings = pageStack ? pageStack->currentWidget() : nullptr;
+        const BulkAction type =
+            settings ? BulkActions::fromInt(settings->property("actionType").toInt()) : BulkAction::None;
+        action.typed = type != BulkAction::None;
+        if (action.typed) {
+            action.step.insert(QStringLiteral("task"), getActionTypeString(type));
+            action.step.insert(QStringLiteral("enabled"), action.enabled);
+            addSettings(settings, type, action.step);
+        }
+        rows.append(action);
+    }
+    return rows;
+}
 
-        QMap<QString, QVariant> step;
-        step.insert(QStringLiteral("task"), getActionTypeString(type));
-        step.insert(QStringLiteral("enabled"), enabled);
-        addSettings(settings, type, step);
-        steps.append(step);
-
-        if (enabled)
-            JobVariables::collectVariableNames(step, variableNames);
+QList<QMap<QString, QVariant>> BulkOperationsWidget::getTasksFromActionsList(QStringList& variableNames)
+{
+    // Actions whose type was never chosen produce no step.
+    QList<QMap<QString, QVariant>> steps;
+    for (const JobCheckAction& action : actionSelectorRows()) {
+        if (!action.typed)
+            continue;
+        steps.append(action.step);
+        if (action.enabled)
+            JobVariables::collectVariableNames(action.step, variableNames);
     }
     return steps;
 }

@@ -8,6 +8,8 @@
 #include <QCoreApplication>
 #include <QRegularExpression>
 
+#include <algorithm>
+
 namespace JobExecution {
 
 QMap<QString, QString> builtInVariableDescriptions()
@@ -137,6 +139,65 @@ QString failureLine(const QByteArray& output, const QByteArray& errorOutput)
         if (!line.isEmpty())
             return line;
     return QString();
+}
+
+namespace {
+
+QString elided(const QString& line, int maxWidth)
+{
+    return line.size() <= maxWidth ? line : line.left(maxWidth - 1) + QChar(0x2026);
+}
+
+} // namespace
+
+QString outcomeToolTip(const QByteArray& output, const QByteArray& errorOutput, const ProcessEnd& end,
+                       bool failed, int maxLines, int maxWidth)
+{
+    QStringList head;
+    if (failed) {
+        if (end.timedOut)
+            head << QCoreApplication::translate("JobExecution",
+                                                "The process hit its time limit and was ended.");
+        else if (end.crashed)
+            head << QCoreApplication::translate("JobExecution", "The process was ended by signal %1.")
+                        .arg(end.exitCode);
+        else
+            head << QCoreApplication::translate("JobExecution", "The process ended with exit code %1.")
+                        .arg(end.exitCode);
+        QStringList errors;
+        for (const QByteArray& text : {output, errorOutput})
+            for (const QByteArray& line : text.split('\n'))
+                if (line.trimmed().startsWith("ERROR"))
+                    errors << elided(QString::fromUtf8(line.trimmed()), maxWidth);
+        // The last few say most: they come right before the end.
+        head << errors.mid(qMax(0, int(errors.size()) - 5));
+        head << QString();
+    }
+
+    const QString text = QString::fromUtf8(output);
+    QStringList lines = text.split(QLatin1Char('\n'));
+    if (!lines.isEmpty() && lines.constLast().isEmpty())
+        lines.removeLast();
+    const bool fits = lines.size() <= maxLines &&
+                      std::all_of(lines.cbegin(), lines.cend(),
+                                  [maxWidth](const QString& line) { return line.size() <= maxWidth; });
+    QString tip = head.join(QLatin1Char('\n'));
+    if (!head.isEmpty())
+        tip += QLatin1Char('\n');
+    tip += QCoreApplication::translate("BulkOperationsWidget", "Process output:\n\n%1")
+               .arg(fits ? text : QString());
+    if (fits)
+        return tip;
+    // What is left of the lines after the heading, its blank line and the note.
+    const int kept = qMax(1, maxLines - int(head.size()) - 3);
+    tip += QCoreApplication::translate(
+               "JobExecution",
+               "[%1 earlier lines left out; \"Show Output...\" in the device's menu shows them all]")
+               .arg(lines.size() - kept) +
+           QLatin1Char('\n');
+    for (const QString& line : lines.mid(lines.size() - kept))
+        tip += elided(line, maxWidth) + QLatin1Char('\n');
+    return tip;
 }
 
 } // namespace JobExecution

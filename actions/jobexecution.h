@@ -65,4 +65,19 @@ QStringList variableNamesOfSteps(const QList<QMap<QString, QVariant>>& steps);
 // last line of standard error, else the last line of standard output.
 QString failureLine(const QByteArray& output, const QByteArray& errorOutput);
 
+// How a device's process ended, as far as its tool tip tells it.
+struct ProcessEnd
+{
+    int exitCode = 0;
+    bool crashed = false;  // ended by a signal; exitCode is then the signal
+    bool timedOut = false; // ended by the runner at the time limit
+};
+
+// A device's tool tip after its run, bounded so it can always be shown: for a
+// failure, how the process ended and the tool's error lines first; then the
+// output under "Process output:", whole when it fits in `maxLines` lines of
+// `maxWidth` characters, else its last lines with a note of what was left out.
+QString outcomeToolTip(const QByteArray& output, const QByteArray& errorOutput, const ProcessEnd& end,
+                       bool failed, int maxLines = 20, int maxWidth = 120);
+
 } // namespace JobExecution

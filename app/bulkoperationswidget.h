@@ -19,6 +19,8 @@ class CorvaneProcessRunner;
 class DeviceSelectorTreeView;
 class DeviceTable;
 class JobRunEngine;
+class LatestLines;
+struct JobCheckAction;
 struct JobDeviceRun;
 struct JobRunRequest;
 class DynamicComboBox;
@@ -67,6 +69,9 @@ public:
     CorvaneProcessRunner* processRunner() const { return corvaneProcessRunner; }
     JobRunEngine* jobRun() const { return jobRunEngine; }
     PageOperation currentOperation() const { return operation; }
+    // When a job runs: its waiting devices are aborted and the running ones go on
+    // to their end without the window. False when no job runs.
+    bool finishJobInBackground();
     bool corvaneExecutableIsValid() const { return corvaneExecutableValid; }
 
 signals:
@@ -109,6 +114,8 @@ public slots:
     void deviceSelectorOnConnectionTypeComboBoxOpened();
     void deviceSelectorFlashRow(int deviceIndex, const QColor& color);
     void deviceSelectorOpenLogForHighlightedDevices();
+    // The output the runner kept of each highlighted device's last run, in a viewer of its own.
+    void deviceSelectorShowOutputOfHighlightedDevices();
     void deviceSelectorOnClicked(const QModelIndex& index);
     void deviceSelectorOnCommitData(const QModelIndex& index);
     void deviceSelectorDoubleClicked(const QModelIndex& index);
@@ -155,6 +162,8 @@ public:
     // The enabled and disabled actions as job steps, in list order; variableNames
     // gains the variables the enabled ones use.
     QList<QMap<QString, QVariant>> getTasksFromActionsList(QStringList& variableNames);
+    // Every row of the action list in order, with its step when it has a type.
+    QList<JobCheckAction> actionSelectorRows();
     // Writes devices, debug connection options and steps as a job bundle.
     bool prepareBatchJobFile(const QString& path, QStringList& variableNames);
     // The action side of loading a job, in the order a load applies them.
@@ -265,8 +274,7 @@ private:
     void actionSelectorSetHighlightedCheckState(Qt::CheckState state);
     QList<BatchUtil::DeviceEntry> jobDeviceEntriesFromTable() const;
     void setupVariableExplorer();
-    void showPendingStatusLines();
-    void scheduleStatusRefresh();
+    void showPendingStatusLines(const QHash<QString, QByteArray>& lines);
     // Ends the current run when the runner has nothing running but has not
     // finished: a process that could not start leaves its queue waiting for
     // a finish that never comes.
@@ -279,8 +287,7 @@ private:
     JobRunEngine* jobRunEngine = nullptr;
     PageOperation operation = PageOperation::Idle;
     // The newest output line of each running device, shown on the next refresh.
-    QHash<QString, QByteArray> pendingStatusLines;
-    QTimer* statusRefreshTimer = nullptr;
+    LatestLines* latestLines = nullptr;
 
     // Process-wide: ids are never reused, not even after loading a job.
     static int actionIdCounter;

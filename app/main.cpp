@@ -78,6 +78,11 @@ int main(int argc, char** argv)
     installTranslators(qtTranslator, translator);
 
     MainWindow window;
+    // Ctrl+C in the terminal closes the window as its close button does; a job
+    // still running then finishes first, and another Ctrl+C ends it.
+    InterruptWatcher interrupts;
+    QObject::connect(&interrupts, &InterruptWatcher::interrupted, &window, &MainWindow::requestClose);
+    QObject::connect(&window, &MainWindow::backgroundWorkFinished, &app, &QCoreApplication::quit);
     window.show();
     return QApplication::exec();
 }

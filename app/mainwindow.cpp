@@ -2,6 +2,7 @@
 
 #include "aboutbox.h"
 #include "bulkoperationswidget.h"
+#include "jobrunengine.h"
 #include "settingsutil.h"
 
 #include <QCloseEvent>
@@ -9,6 +10,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileDialog>
+#include <QGuiApplication>
 #include <QInputDialog>
 #include <QMenuBar>
 #include <QScreen>
@@ -271,5 +273,26 @@ void MainWindow::closeEvent(QCloseEvent* event)
     if (!QDir(directory).exists())
         QDir().mkpath(directory);
     bulkOperationsWidget->saveBatchJob(lastSessionPath());
+    // A board being flashed must not be cut off: running devices finish without
+    // the window, queued ones do not start, and the program ends after them.
+    if (!finishingInBackground && bulkOperationsWidget->finishJobInBackground()) {
+        finishingInBackground = true;
+        QGuiApplication::setQuitOnLastWindowClosed(false);
+        connect(bulkOperationsWidget->jobRun(), &JobRunEngine::runFinished, this, [this] {
+            finishingInBackground = false;
+            QGuiApplication::setQuitOnLastWindowClosed(true);
+            emit backgroundWorkFinished();
+        });
+    }
     QWidget::closeEvent(event);
+}
+
+void MainWindow::requestClose()
+{
+    if (isVisible())
+        close();
+    else if (finishingInBackground)
+        bulkOperationsWidget->jobRun()->killRunningDevices();
+    else
+        QCoreApplication::quit();
 }

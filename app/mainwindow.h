@@ -21,6 +21,16 @@ public:
     static QString lastSessionDirectory();
     static QString lastSessionPath();
 
+    // A close request from outside the window (Ctrl+C or SIGTERM in the program's
+    // terminal): the first closes the window as usual; once the window is gone
+    // and a job still runs in the background, the next ends its processes.
+    void requestClose();
+    bool isFinishingInBackground() const { return finishingInBackground; }
+
+signals:
+    // The job that outlived its window has ended: nothing keeps the program any more.
+    void backgroundWorkFinished();
+
 public slots:
     void about();
     void openLumenarCorvaneOnlineUserGuide();
@@ -47,4 +57,5 @@ private:
     void restoreLayout();
 
     BulkOperationsWidget* bulkOperationsWidget = nullptr;
+    bool finishingInBackground = false;
 };

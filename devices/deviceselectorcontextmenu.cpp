@@ -7,10 +7,14 @@
 #include "deviceselectorcolumns.h"
 #include "deviceselectortreeview.h"
 #include "dynamiccombobox.h"
+#include "jobrunengine.h"
+#include "outputviewerdialog.h"
 #include "settingsutil.h"
 
 #include <QAction>
 #include <QDesktopServices>
+#include <QDir>
+#include <QFile>
 #include <QIcon>
 #include <QMenu>
 #include <QProcess>
@@ -27,6 +31,14 @@ QMenu* BulkOperationsWidget::deviceSelectorCreateContextMenu(QWidget* parent)
     };
 
     auto* menu = new QMenu(parent);
+    // The output the program kept of the last run, readable without any other program.
+    QAction* showOutput = menu->addAction(themedIcon(":/graphics/logs%1.png"), tr("Show Output..."));
+    bool anyOutput = false;
+    for (int row : rows)
+        anyOutput = anyOutput || jobRunEngine->device(getDeviceIdInModel(row));
+    showOutput->setEnabled(anyOutput);
+    connect(showOutput, &QAction::triggered, this,
+            &BulkOperationsWidget::deviceSelectorShowOutputOfHighlightedDevices);
     if (loggingIsEnabled()) {
         QAction* openLog =
             menu->addAction(themedIcon(":/graphics/logs%1.png"), tr("Open Output Log%1").arg(plural));
@@ -36,8 +48,8 @@ QMenu* BulkOperationsWidget::deviceSelectorCreateContextMenu(QWidget* parent)
         openLog->setEnabled(anyLog);
         connect(openLog, &QAction::triggered, this,
                 &BulkOperationsWidget::deviceSelectorOpenLogForHighlightedDevices);
-        menu->addSeparator();
     }
+    menu->addSeparator();
     connect(
         menu->addAction(themedIcon(":/graphics/corvane%1.png"), tr("Open Corvane With Device%1").arg(plural)),
         &QAction::triggered, this, &BulkOperationsWidget::deviceSelectorOpenCorvaneForHighlightedDevices);
@@ -109,8 +121,31 @@ void BulkOperationsWidget::deviceSelectorOpenLogForHighlightedDevices()
         if (deviceId.isEmpty() || !deviceSelectorCheckLogFileName(row))
             continue;
         const QString path = deviceSelectorGetLogFilePath(deviceId);
-        if (DeviceLogFiles::logFileExists(path))
-            QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+        if (!DeviceLogFiles::logFileExists(path) || QDesktopServices::openUrl(QUrl::fromLocalFile(path)))
+            continue;
+        // No program to open it with: show it here instead of nothing at all.
+        QFile log(path);
+        if (!log.open(QIODevice::ReadOnly))
+            continue;
+        constexpr qint64 shownBytes = 4 * 1024 * 1024;
+        if (log.size() > shownBytes)
+            log.seek(log.size() - shownBytes);
+        (new OutputViewerDialog(QDir::toNativeSeparators(path), QString::fromUtf8(log.readAll()), this))
+            ->show();
+    }
+}
+
+void BulkOperationsWidget::deviceSelectorShowOutputOfHighlightedDevices()
+{
+    for (int row : deviceSelectorHighlightedRows()) {
+        const QString deviceId = getDeviceIdInModel(row);
+        const JobDeviceRun* run = jobRunEngine->device(deviceId);
+        if (!run)
+            continue;
+        QString text = QString::fromUtf8(run->output);
+        if (!run->errorOutput.isEmpty())
+            text += tr("\n--- standard error ---\n") + QString::fromUtf8(run->errorOutput);
+        (new OutputViewerDialog(tr("Output of %1").arg(deviceId), text, this))->show();
     }
 }
 

@@ -114,7 +114,8 @@ BatchUtil::ConnectionType DeviceTable::connectionType(const QString& text)
 }
 
 void DeviceTable::addDevice(const QString& serialNumber, const QString& ipAddress, const QString& targetPart,
-                            const QString& nickname, bool usb, bool ip, bool checked, bool editable)
+                            const QString& nickname, bool usb, bool ip, bool checked, bool editable,
+                            const QString& chosenConnection)
 {
     const bool batch = batchDepth > 0;
 
@@ -149,13 +150,14 @@ void DeviceTable::addDevice(const QString& serialNumber, const QString& ipAddres
             continue;
         merged = true;
         old.checked = items.at(DeviceSelectColumn)->checkState() != Qt::Unchecked;
-        old.connection = pendingConnections.at(pending).value(0);
+        old.connection = pendingCurrent.at(pending);
         old.ipAddress = items.at(DeviceIpAddressColumn)->text();
         old.targetPart = items.at(DeviceTargetPartColumn)->text();
         old.nickname = items.at(DeviceNicknameColumn)->text();
         qDeleteAll(items);
         pendingRows.removeAt(pending);
         pendingConnections.removeAt(pending);
+        pendingCurrent.removeAt(pending);
     }
 
     QString mergedIp = ipAddress;
@@ -183,21 +185,23 @@ void DeviceTable::addDevice(const QString& serialNumber, const QString& ipAddres
     if (ip && !connections.contains(ipText))
         connections << ipText;
 
+    const QString current = connections.contains(chosenConnection) ? chosenConnection : connections.value(0);
     const QList<QStandardItem*> items =
         createRowItems(serialNumber, mergedIp, mergedPart, mergedNickname, checked, editable);
     if (batch) {
         pendingRows.append(items);
         pendingConnections.append(connections);
+        pendingCurrent.append(current);
         return;
     }
     model->appendRow(items);
-    attachConnectionBox(model->rowCount() - 1, connections);
+    attachConnectionBox(model->rowCount() - 1, connections, current);
     resizeColumns();
     if (view)
         view->header()->setStretchLastSection(true);
 }
 
-void DeviceTable::attachConnectionBox(int row, const QStringList& connections)
+void DeviceTable::attachConnectionBox(int row, const QStringList& connections, const QString& current)
 {
     if (!view)
         return;
@@ -205,7 +209,7 @@ void DeviceTable::attachConnectionBox(int row, const QStringList& connections)
     auto* combo = new DynamicComboBox();
     emit connectionBoxCreated(combo);
     combo->addItems(connections);
-    combo->setCurrentIndex(0);
+    combo->setCurrentIndex(qMax(0, int(connections.indexOf(current))));
     view->setIndexWidget(model->index(row, DeviceConnectionColumn), combo);
 }
 
@@ -237,6 +241,7 @@ void DeviceTable::endBatch()
 
     const QList<QList<QStandardItem*>> rows = std::exchange(pendingRows, {});
     const QList<QStringList> connections = std::exchange(pendingConnections, {});
+    const QStringList current = std::exchange(pendingCurrent, {});
     if (!rows.isEmpty()) {
         const int first = model->rowCount();
         model->insertRows(first, int(rows.size()));
@@ -244,7 +249,7 @@ void DeviceTable::endBatch()
             for (int column = 0; column < rows.at(row).size(); ++column)
                 model->setItem(first + row, column, rows.at(row).at(column));
         for (int row = 0; row < rows.size(); ++row)
-            attachConnectionBox(first + row, connections.at(row));
+            attachConnectionBox(first + row, connections.at(row), current.at(row));
     }
     resizeColumns();
     if (view)

@@ -29,9 +29,12 @@ public:
     static QString connectionText(BatchUtil::ConnectionType type);
     static BatchUtil::ConnectionType connectionType(const QString& text);
 
-    // Adds a row, or merges it into the row with the same serial number.
+    // Adds a row, or merges it into the row with the same serial number. A chosen
+    // connection ("USB" or "IP", when offered) becomes the row's current one at once,
+    // so a later merge takes it over as adding the rows one by one would.
     void addDevice(const QString& serialNumber, const QString& ipAddress, const QString& targetPart,
-                   const QString& nickname, bool usb, bool ip, bool checked, bool editable);
+                   const QString& nickname, bool usb, bool ip, bool checked, bool editable,
+                   const QString& chosenConnection = QString());
     // Rows added between these two calls reach the table together at the end,
     // with the same merge results as if added one by one.
     void beginBatch();
@@ -57,7 +60,7 @@ signals:
     void connectionBoxCreated(DynamicComboBox* box);
 
 private:
-    void attachConnectionBox(int row, const QStringList& connections);
+    void attachConnectionBox(int row, const QStringList& connections, const QString& current);
     QString text(int row, int column) const;
 
     QStandardItemModel* model;
@@ -66,6 +69,7 @@ private:
     int fitHolds = 0;
     QList<QList<QStandardItem*>> pendingRows;
     QList<QStringList> pendingConnections;
+    QStringList pendingCurrent;
     QSet<int> rowsToRemove;
     // Row of each serial number and IP address, built on demand and dropped on
     // any change that could move an id or a row.

@@ -26,6 +26,8 @@ constexpr int immediateChunkBytes = 16 * 1024;
 constexpr qint64 maxPendingBytes = 16 * 1024 * 1024;
 // Nice steps the tool's processes run below the program.
 constexpr int childPriorityDecrease = 10;
+// How long a process asked to end may take before it is killed.
+constexpr int killGraceMs = 3000;
 // Time spent on waiting lines per turn of the event loop.
 constexpr qint64 pendingBudgetNs = 4 * 1000 * 1000;
 
@@ -120,11 +122,14 @@ void CorvaneProcessRunner::finishIfIdle()
 
 void CorvaneProcessRunner::killRunningProcesses()
 {
-    // Each killed process reports its end through its own finish handler.
-    for (const auto& state : running) {
+    // Asked first, so the tool can leave its adapter in order; whatever still runs after
+    // the grace period is killed. Each process reports its end through its own finish handler.
+    for (const auto& state : running)
         state->process->terminate();
-        state->process->kill();
-    }
+    QTimer::singleShot(killGraceMs, this, [this] {
+        for (const auto& state : running)
+            state->process->kill();
+    });
 }
 
 void CorvaneProcessRunner::startRemainingProcesses()

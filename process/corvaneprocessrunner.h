@@ -52,7 +52,8 @@ public slots:
     // Emits allTasksFinished when nothing is queued or running: after a start
     // failure dropped a task, no finish would ever report the end.
     void finishIfIdle();
-    // Ends every running process at once; queued tasks stay queued.
+    // Ends every running process: asked to terminate, killed a few seconds later if
+    // still running. Queued tasks stay queued.
     void killRunningProcesses();
 
 private:

@@ -790,6 +790,63 @@ das nicht läuft).</translation>
     </message>
 </context>
 <context>
+    <name>JobChecks</name>
+    <message>
+        <source>Action %1 has no type: choose one or remove it.</source>
+        <translation>Aktion %1 hat keinen Typ: Wählen Sie einen aus oder entfernen Sie sie.</translation>
+    </message>
+    <message numerus="yes">
+        <source>%1 and %n more</source>
+        <translation>
+            <numerusform>%1 und %n weiteres</numerusform>
+            <numerusform>%1 und %n weitere</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Action %1 uses {{%2}}, which is empty for %3: fill it in or uncheck those devices.</source>
+        <translation>Aktion %1 verwendet {{%2}}, das für %3 leer ist: Tragen Sie den Wert ein oder wählen Sie diese Geräte ab.</translation>
+    </message>
+    <message>
+        <source>Action %1 names no file.</source>
+        <translation>Aktion %1 nennt keine Datei.</translation>
+    </message>
+    <message>
+        <source>Action %1: the file &quot;%2&quot; does not exist or cannot be read.</source>
+        <translation>Aktion %1: Die Datei &quot;%2&quot; existiert nicht oder kann nicht gelesen werden.</translation>
+    </message>
+    <message>
+        <source>Device %1 is listed twice: remove one of the rows.</source>
+        <translation>Gerät %1 ist doppelt aufgeführt: Entfernen Sie eine der Zeilen.</translation>
+    </message>
+    <message>
+        <source>The IP address %1 is listed twice: remove one of the rows.</source>
+        <translation>Die IP-Adresse %1 ist doppelt aufgeführt: Entfernen Sie eine der Zeilen.</translation>
+    </message>
+    <message>
+        <source>There is no enabled action to run: add an action or enable one.</source>
+        <translation>Es gibt keine aktivierte Aktion zum Ausführen: Fügen Sie eine Aktion hinzu oder aktivieren Sie eine.</translation>
+    </message>
+</context>
+<context>
+    <name>JobExecution</name>
+    <message>
+        <source>The process hit its time limit and was ended.</source>
+        <translation>Der Prozess hat sein Zeitlimit erreicht und wurde beendet.</translation>
+    </message>
+    <message>
+        <source>The process was ended by signal %1.</source>
+        <translation>Der Prozess wurde durch Signal %1 beendet.</translation>
+    </message>
+    <message>
+        <source>The process ended with exit code %1.</source>
+        <translation>Der Prozess endete mit Exit-Code %1.</translation>
+    </message>
+    <message>
+        <source>[%1 earlier lines left out; &quot;Show Output...&quot; in the device&apos;s menu shows them all]</source>
+        <translation>[%1 frühere Zeilen ausgelassen; &quot;Ausgabe anzeigen...&quot; im Menü des Geräts zeigt alle]</translation>
+    </message>
+</context>
+<context>
     <name>MainWindow</name>
     <message>
         <source>Harnwick</source>
@@ -910,6 +967,13 @@ das nicht läuft).</translation>
     <message>
         <source>Select Corvane Executable</source>
         <translation>Corvane-Programmdatei auswählen</translation>
+    </message>
+</context>
+<context>
+    <name>OutputViewerDialog</name>
+    <message>
+        <source>Copy All</source>
+        <translation>Alles kopieren</translation>
     </message>
 </context>
 <context>

@@ -81,6 +81,37 @@ private slots:
         QCOMPARE(JobExecution::failureLine(output, errorOutput), line);
     }
 
+    // The tool tip after a run says how the process ended and stays small whatever the output.
+    void outcomeToolTips()
+    {
+        const QByteArray shortRun = "Job bundle: job.hwj\nRunning action 1: wait\nERROR: Adapter not found\n";
+        QCOMPARE(JobExecution::outcomeToolTip(shortRun, {}, {0, false, false}, false),
+                 "Process output:\n\n" + QString::fromUtf8(shortRun));
+        QCOMPARE(JobExecution::outcomeToolTip(shortRun, "ERROR: late\n", {5, false, false}, true),
+                 "The process ended with exit code 5.\nERROR: Adapter not found\nERROR: late\n\nProcess "
+                 "output:\n\n" +
+                     QString::fromUtf8(shortRun));
+        // A crash and a timeout read differently from an exit code and from each other.
+        QVERIFY(JobExecution::outcomeToolTip({}, {}, {11, true, false}, true)
+                    .startsWith(QStringLiteral("The process was ended by signal 11.\n")));
+        QVERIFY(JobExecution::outcomeToolTip({}, {}, {9, true, true}, true)
+                    .startsWith(QStringLiteral("The process hit its time limit and was ended.\n")));
+
+        QByteArray flood = "Running action 2: flash_target_device\n";
+        for (int line = 1; line <= 20000; ++line)
+            flood += "Programming block " + QByteArray::number(line) + QByteArray(200, '.') + "\n";
+        flood += "ERROR: Verify failed at 0x00008000\n";
+        const QString tip = JobExecution::outcomeToolTip(flood, {}, {3, false, false}, true);
+        const QStringList lines = tip.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        QVERIFY2(lines.size() <= 20, qPrintable(tip));
+        for (const QString& line : lines)
+            QVERIFY2(line.size() <= 120, qPrintable(line));
+        QCOMPARE(lines.value(0), QStringLiteral("The process ended with exit code 3."));
+        QCOMPARE(lines.value(1), QStringLiteral("ERROR: Verify failed at 0x00008000"));
+        QVERIFY(tip.contains(QStringLiteral("earlier lines left out")));
+        QCOMPARE(lines.constLast(), QStringLiteral("ERROR: Verify failed at 0x00008000"));
+    }
+
     // A bundle's device and steps give what the page gives once the bundle is loaded.
     void bundleContentAsTheWindowSeesIt()
     {

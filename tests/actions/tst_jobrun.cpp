@@ -3,6 +3,7 @@
 #include "commandlinerun.h"
 #include "corporatecolors.h"
 #include "corvaneprocessrunner.h"
+#include "deviceselectorcolumns.h"
 #include "flashingrowstyledelegate.h"
 #include "forkedprocess.h"
 #include "hexspinbox.h"
@@ -166,6 +167,15 @@ private slots:
         addAction(page, BulkAction::RunCustomCommand, "customCommandLineEdit",
                   QStringLiteral("device info --device {{target_part}}"), false);
 
+        // A variable with nothing to fill in is caught before anything starts.
+        ActionPage::runButton(page)->click();
+        QCOMPARE(errorText(page),
+                 QStringLiteral("ERROR: Action 1 uses {{nickname}}, which is empty for 801017734: "
+                                "fill it in or uncheck those devices."));
+        QCOMPARE(ActionPage::runButton(page)->text(), QStringLiteral("Run"));
+        QVERIFY(batchInvocations().isEmpty());
+        model(page)->item(1, DeviceNicknameColumn)->setText(QStringLiteral("rack-b2"));
+
         const QDateTime before = QDateTime::currentDateTime();
         runToEnd(page);
         const QList<QStringList> runs = batchInvocations();
@@ -179,16 +189,16 @@ private slots:
         QCOMPARE(QFileInfo(bundle.absolutePath()).absolutePath(), session.temporaryFolder());
         const QString path = bundle.filePath(), timeout = QStringLiteral("45");
         const QDir logs(logDirectory);
-        QCOMPARE(runs,
-                 (QList<QStringList>{
-                     {"batch", path, "--ip", "192.0.2.20", "--device", "KX12B016A128", "--parameter",
-                      "serial_number:801020001", "--parameter", "nickname:bench-dual", "--logfile",
-                      logs.absoluteFilePath("801020001.txt"), "--timeout", timeout},
-                     {"batch", path, "--serialno", "801002345", "--device", "KM32G101F512", "--parameter",
-                      "serial_number:801002345", "--parameter", "nickname:bench-left", "--logfile",
-                      logs.absoluteFilePath("801002345.txt"), "--timeout", timeout},
-                     {"batch", path, "--serialno", "801017734", "--parameter", "serial_number:801017734",
-                      "--logfile", logs.absoluteFilePath("801017734.txt"), "--timeout", timeout}}));
+        QCOMPARE(runs, (QList<QStringList>{
+                           {"batch", path, "--ip", "192.0.2.20", "--device", "KX12B016A128", "--parameter",
+                            "serial_number:801020001", "--parameter", "nickname:bench-dual", "--logfile",
+                            logs.absoluteFilePath("801020001.txt"), "--timeout", timeout},
+                           {"batch", path, "--serialno", "801002345", "--device", "KM32G101F512",
+                            "--parameter", "serial_number:801002345", "--parameter", "nickname:bench-left",
+                            "--logfile", logs.absoluteFilePath("801002345.txt"), "--timeout", timeout},
+                           {"batch", path, "--serialno", "801017734", "--parameter",
+                            "serial_number:801017734", "--parameter", "nickname:rack-b2", "--logfile",
+                            logs.absoluteFilePath("801017734.txt"), "--timeout", timeout}}));
         // The run's folder went with the run; each device wrote its own log.
         QVERIFY(!bundle.dir().exists());
         QCOMPARE(logs.entryList(QDir::Files),
@@ -223,14 +233,19 @@ private slots:
 
         const QString failed = QStringLiteral("ERROR: Job failed during action %1 \\(elapsed: %2\\)");
         QVERIFY2(matches(failed.arg(2).arg(elapsed), status(page, 0)), qPrintable(status(page, 0)));
-        QVERIFY(
-            toolTip(page, 0).startsWith(QStringLiteral("Process output:\n\nJob bundle: bulk_operation_")));
+        // The tool tip leads with how the process ended and the tool's error line.
+        QVERIFY2(toolTip(page, 0).startsWith(
+                     QStringLiteral("The process ended with exit code 5.\nERROR: Simulated failure.\n\n"
+                                    "Process output:\n\nJob bundle: bulk_operation_")),
+                 qPrintable(toolTip(page, 0)));
         QVERIFY(toolTip(page, 0).contains(QStringLiteral("\nRunning action 2: wait\n")));
         QVERIFY(toolTip(page, 0).endsWith(QStringLiteral("\nERROR: Simulated failure.\n")));
         QCOMPARE(flashColor(page, 0), CORPORATE_RED);
         QVERIFY(status(page, 1).startsWith(QStringLiteral("DONE (elapsed: ")));
         // A process that dies from a signal failed too.
         QVERIFY2(matches(failed.arg(1).arg(elapsed), status(page, 2)), qPrintable(status(page, 2)));
+        QVERIFY2(toolTip(page, 2).startsWith(QStringLiteral("The process was ended by signal ")),
+                 qPrintable(toolTip(page, 2)));
         QCOMPARE(flashColor(page, 2), CORPORATE_RED);
     }
 
@@ -327,7 +342,7 @@ private slots:
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::processTimeoutSecondsKey, 45);
         BulkOperationsWidget page;
         addDevices(page, {{"801002345", "", "KM32G101F512", "bench-left"},
-                          {"801017734", "", "", ""},
+                          {"801017734", "", "", "rack-b2"},
                           {"801020001", "192.0.2.20", "KX12B016A128", "bench-dual", true},
                           {"801017733", "", "", "rack-a1", false, false},
                           {"", "192.0.2.22", "", "lab-net-2", true}});
@@ -346,11 +361,11 @@ private slots:
         QString out, err;
         QTextStream outStream(&out), errStream(&err);
         CommandLineRun headless(outStream, errStream, false);
-        // Without a nickname, the device without one fails at its first action in both runs.
+        // The adapter at 192.0.2.22 is not in the fleet: it fails before any action in both runs.
         QCOMPARE(headless.exec({QStringLiteral("harnwick"), QStringLiteral("--run"), bundle}), 1);
-        QVERIFY2(out.contains(QStringLiteral("FAILED       801017734  -  ")), qPrintable(out));
-        QVERIFY2(status(page, 1).startsWith(QStringLiteral("ERROR: Job failed during action 1 ")),
-                 qPrintable(status(page, 1)));
+        QVERIFY2(out.contains(QStringLiteral("FAILED       192.0.2.22  lab-net-2  ")), qPrintable(out));
+        QVERIFY2(status(page, 4).startsWith(QStringLiteral("ERROR: Job failed during action -1 ")),
+                 qPrintable(status(page, 4)));
         const QList<QStringList> commandLine = batchInvocations();
 
         QCOMPARE(window.size(), 4);

@@ -84,19 +84,21 @@ private slots:
     {
         BulkOperationsWidget page;
         fillPage(page);
-        QCOMPARE(menuTexts(menuFor(page, {1}).get()),
-                 QStringList({"Open Output Log", "-", "Open Corvane With Device", "-", "Run Job on Device",
-                              "-", "Probe Adapter", "Detect Target Part", "-", "Select All", "Select",
-                              "Deselect", "Deselect All", "-", "Clear Target Part", "Remove"}));
+        QCOMPARE(
+            menuTexts(menuFor(page, {1}).get()),
+            QStringList({"Show Output...", "Open Output Log", "-", "Open Corvane With Device", "-",
+                         "Run Job on Device", "-", "Probe Adapter", "Detect Target Part", "-", "Select All",
+                         "Select", "Deselect", "Deselect All", "-", "Clear Target Part", "Remove"}));
         QCOMPARE(menuTexts(menuFor(page, {0, 2}).get()),
-                 QStringList({"Open Output Logs", "-", "Open Corvane With Devices", "-", "Run Job on Devices",
-                              "-", "Probe Adapters", "Detect Target Parts", "-", "Select All", "Select",
-                              "Deselect", "Deselect All", "-", "Clear Target Parts", "Remove"}));
+                 QStringList({"Show Output...", "Open Output Logs", "-", "Open Corvane With Devices", "-",
+                              "Run Job on Devices", "-", "Probe Adapters", "Detect Target Parts", "-",
+                              "Select All", "Select", "Deselect", "Deselect All", "-", "Clear Target Parts",
+                              "Remove"}));
         SettingsUtil::setSetting(Settings::loggingGroup, Settings::loggingEnabledKey, false);
         const std::unique_ptr<QMenu> menu = menuFor(page, {0, 2});
         QCOMPARE(menuTexts(menu.get()).mid(0, 3),
-                 QStringList({"Open Corvane With Devices", "-", "Run Job on Devices"}));
-        QCOMPARE(menu->actions().size(), 14);
+                 QStringList({"Show Output...", "-", "Open Corvane With Devices"}));
+        QCOMPARE(menu->actions().size(), 16);
     }
 
     void entriesDoTheirWork()
@@ -125,9 +127,6 @@ private slots:
         entry(menu, "Remove")->trigger();
         QCOMPARE(column(page, DeviceSerialNumberColumn), QStringList({"801002341", "801002343"}));
         QVERIFY(combo(page, 0) && combo(page, 1));
-        // The highlighted rows are gone: nothing to run on.
-        entry(menu, "Run Job on Devices")->trigger();
-        QCOMPARE(errorText(page), QStringLiteral("ERROR: No devices selected to run job on."));
     }
 
     void iconsFollowTheTheme()
@@ -160,7 +159,7 @@ private slots:
         const QPoint belowRows(onRow.x(), tree->viewport()->height() - 4);
         QVERIFY(!tree->indexAt(belowRows).isValid());
         QCOMPARE(poppedUpMenu([&] { emit tree->customContextMenuRequested(belowRows); }), QStringList());
-        QCOMPARE(poppedUpMenu([&] { emit tree->customContextMenuRequested(onRow); }).value(2),
+        QCOMPARE(poppedUpMenu([&] { emit tree->customContextMenuRequested(onRow); }).value(3),
                  QStringLiteral("Open Corvane With Device"));
     }
 
@@ -198,22 +197,14 @@ private slots:
         QCOMPARE(DeviceLogFiles::isUsableDeviceId(id), usable);
     }
 
-    void logFilesOfThePage()
+    void logFileExistence()
     {
-        BulkOperationsWidget page;
-        const auto setDirectory = [](const QString& directory) {
-            SettingsUtil::setSetting(Settings::loggingGroup, Settings::logFileDirectoryKey, directory);
-        };
-        QCOMPARE(page.deviceSelectorGetLogFilePath("801002345"),
-                 QDir(logDirectory).filePath("801002345.txt"));
-        SettingsUtil::clearSetting(Settings::loggingGroup, Settings::logFileDirectoryKey);
-        QCOMPARE(page.deviceSelectorGetLogFilePath("801002345"),
-                 QDir(SettingsUtil::defaultLogFileDirectory()).filePath("801002345.txt"));
-        setDirectory(QString());
-        QVERIFY(!page.deviceSelectorLogFileExists("801002345"));
-        setDirectory(logDirectory);
-        QVERIFY(QDir(logDirectory).mkdir("801002398.txt")); // a folder is no log file
-        QVERIFY(!page.deviceSelectorLogFileExists("801002398"));
+        // No path (no directory set) and a folder of the log's name are no log file.
+        QVERIFY(QDir(logDirectory).mkdir("801002398.txt"));
+        writeLog("801002399.txt");
+        QVERIFY(!DeviceLogFiles::logFileExists(QString()));
+        QVERIFY(!DeviceLogFiles::logFileExists(QDir(logDirectory).filePath("801002398.txt")));
+        QVERIFY(DeviceLogFiles::logFileExists(QDir(logDirectory).filePath("801002399.txt")));
     }
 
     void openingLogs()

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "jobexecution.h"
+
+#include <QList>
+#include <QMap>
+#include <QString>
+#include <QVariant>
+
+#include <functional>
+
+// One row of the action list, in list order. Rows without a type are kept so
+// that the numbers in messages match the numbers the user sees.
+struct JobCheckAction
+{
+    bool typed = true;
+    bool enabled = true;
+    QMap<QString, QVariant> step;
+};
+
+// Checks made before a job starts, so that a mistake the page can see is
+// reported once instead of failing on every device.
+namespace JobChecks {
+
+// Whether a file a job uses can be read.
+using FileProbe = std::function<bool(const QString& path)>;
+
+// The real probe: the path exists, is a regular file (links followed) and
+// opens for reading.
+bool readableFile(const QString& path);
+
+// The first problem that would make the job fail, as one user-facing sentence
+// naming what to fix; empty when the job can run. Disabled rows are skipped
+// but keep their numbers. Checked in this order: enabled rows without a type,
+// no enabled action, built-in variables empty for some of the
+// devices, unreadable files, devices listed twice.
+QString firstProblem(const QList<JobCheckAction>& actions, const QList<JobDevice>& devices,
+                     const JobContext& context, const FileProbe& probe = readableFile);
+
+} // namespace JobChecks
