@@ -134,6 +134,17 @@ private slots:
                               "x|USB+IP|USB|801002345|10.0.0.5|KM32G101F512|bench-left",
                               "x|IP+USB|IP|801002399|10.0.0.9|AX7L2|new-2",
                               "x|USB+IP|USB|801002347|10.0.0.7||rack-a1", "-|IP|IP||10.0.1.3||lab-c"}));
+
+        // A loaded bundle that lists a device twice: the connection it was saved with comes first.
+        Table loaded;
+        if (batched)
+            loaded.table.beginBatch();
+        for (const char* ip : {"192.0.2.22", "192.0.2.23"})
+            loaded.table.addDevice(QString(), QString::fromLatin1(ip), QString(), QStringLiteral("lab-net"),
+                                   true, true, true, true, QStringLiteral("IP"));
+        if (batched)
+            loaded.table.endBatch();
+        QCOMPARE(loaded.rows(), QStringList({"x|IP+USB|IP||192.0.2.23||lab-net"}));
     }
 
     void idsLookupsAndConnectionTypes()
