@@ -13,10 +13,13 @@
 #include "jobrunengine.h"
 #include "latestlines.h"
 #include "qprogressindicator.h"
+#include "runreport.h"
 #include "settingsutil.h"
 
 #include <QComboBox>
+#include <QDateTime>
 #include <QDir>
+#include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QStandardItemModel>
@@ -26,6 +29,8 @@ namespace {
 // Output lines arrive far faster than anyone can read them; the latest one per
 // device is shown at this pace so the event loop never floods.
 constexpr int statusRefreshMs = 40;
+// The totals change with every outcome; a few times a second is all anyone can read.
+constexpr int totalsRefreshMs = 250;
 } // namespace
 
 void BulkOperationsWidget::onRunButtonPressed()
@@ -71,6 +76,9 @@ void BulkOperationsWidget::runJob(const QList<int>& rows)
     request.logDirectory = Settings::logFileDirectory();
     request.timeoutSeconds = Settings::processTimeoutSeconds();
     request.executableValid = corvaneExecutableValid;
+    if (request.logging)
+        request.reportPaths
+            << QDir(request.logDirectory).absoluteFilePath(RunReport::fileName(QDateTime::currentDateTime()));
     if (!jobRunEngine->start(request))
         return;
 
@@ -107,11 +115,20 @@ void BulkOperationsWidget::setupJobRunEngine()
                 if (row >= 0)
                     setDeviceStatusError(row, message, QString());
             });
+    totalsTimer = new QTimer(this);
+    totalsTimer->setInterval(totalsRefreshMs);
+    connect(totalsTimer, &QTimer::timeout, this, &BulkOperationsWidget::showRunTotals);
     connect(jobRunEngine, &JobRunEngine::runStarting, this, [this](const QStringList& ids) {
         setOperation(PageOperation::RunningJob);
         clearErrorMessage();
         clearProcessStatuses(ids);
         showRunProgress(int(ids.size()));
+        totalsTimer->start();
+        showRunTotals();
+    });
+    connect(jobRunEngine, &JobRunEngine::runFinished, this, [this] {
+        totalsTimer->stop();
+        showRunTotals();
     });
     connect(jobRunEngine, &JobRunEngine::deviceStarted, this, &BulkOperationsWidget::onMultiProcessStarted);
     connect(jobRunEngine, &JobRunEngine::deviceOutput, this,
@@ -120,6 +137,12 @@ void BulkOperationsWidget::setupJobRunEngine()
     connect(jobRunEngine, &JobRunEngine::deviceAborted, this, &BulkOperationsWidget::onMultiProcessAborted);
     connect(jobRunEngine, &JobRunEngine::runFinished, this,
             &BulkOperationsWidget::onAllMultiProcessesFinished);
+}
+
+void BulkOperationsWidget::showRunTotals()
+{
+    totalsLabel->setText(
+        jobRunTotalsText(jobRunEngine->counts(), jobRunEngine->elapsedMs(), !jobRunEngine->isRunning()));
 }
 
 void BulkOperationsWidget::showRunProgress(int taskCount)

@@ -2,6 +2,7 @@
 
 #include "corvaneprocessrunner.h"
 #include "devicelogfiles.h"
+#include "runreport.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -112,6 +113,24 @@ bool JobRunEngine::start(const JobRunRequest& request)
     killing = false;
     finishedElapsedMs = 0;
     runTimer.start();
+    steps = request.steps;
+    report.reset();
+    reportPaths.clear();
+    if (!request.reportPaths.isEmpty()) {
+        RunReport::Header header{QCoreApplication::applicationVersion(),
+                                 runner->getExecutablePath(),
+                                 steps,
+                                 RunReport::sha256OfFile(bundle),
+                                 {}};
+        // Hashed as the run starts: what the devices get is what the report names.
+        for (const QString& file : RunReport::filesOfSteps(steps))
+            header.files.append({file, RunReport::sha256OfFile(file)});
+        report = std::make_unique<RunReport>();
+        if (report->open(request.reportPaths, header))
+            reportPaths = report->paths();
+        else
+            report.reset();
+    }
     emit runStarting(ids);
 
     runner->clearQueue();
@@ -198,6 +217,8 @@ void JobRunEngine::onTaskFinished(const CorvaneProcessResult& result)
     } else {
         run->state = JobDeviceState::Done;
     }
+    if (report)
+        report->addDevice(*run, steps);
     emit deviceFinished(*run);
 }
 
@@ -207,6 +228,8 @@ void JobRunEngine::onTaskAborted(const QString& id)
     if (!run)
         return;
     run->state = JobDeviceState::Aborted;
+    if (report)
+        report->addDevice(*run, steps);
     emit deviceAborted(id);
 }
 
@@ -215,9 +238,14 @@ void JobRunEngine::onAllTasksFinished()
     if (!running)
         return;
     // A device whose process could not start was dropped without a word.
-    for (JobDeviceRun& run : runs)
-        if (run.state == JobDeviceState::Waiting || run.state == JobDeviceState::Running)
-            run.state = JobDeviceState::NotStarted;
+    for (JobDeviceRun& run : runs) {
+        if (run.state != JobDeviceState::Waiting && run.state != JobDeviceState::Running)
+            continue;
+        run.state = JobDeviceState::NotStarted;
+        if (report)
+            report->addDevice(run, steps);
+    }
+    report.reset();
     connectRunner(false);
     running = false;
     finishedElapsedMs = runTimer.elapsed();
@@ -295,4 +323,26 @@ qint64 JobRunEngine::elapsedMs() const
 QString JobRunEngine::runFolder() const
 {
     return folder ? folder->path() : QString();
+}
+
+QString jobRunTotalsText(const JobRunCounts& counts, qint64 elapsedMs, bool finished)
+{
+    const int failed = counts.failed + counts.crashed + counts.notStarted;
+    const QString elapsed = JobExecution::elapsedText(elapsedMs);
+    if (finished)
+        return QCoreApplication::translate("JobRunEngine",
+                                           "Last run: %1 done, %2 failed, %3 aborted of %4 in %5")
+            .arg(counts.done)
+            .arg(failed)
+            .arg(counts.aborted)
+            .arg(counts.total())
+            .arg(elapsed);
+    return QCoreApplication::translate("JobRunEngine",
+                                       "%1 done, %2 failed, %3 aborted, %4 running, %5 waiting, %6")
+        .arg(counts.done)
+        .arg(failed)
+        .arg(counts.aborted)
+        .arg(counts.running)
+        .arg(counts.waiting)
+        .arg(elapsed);
 }

@@ -15,6 +15,7 @@
 
 class CorvaneProcessRunner;
 class QTemporaryDir;
+class RunReport;
 
 // Everything a job run needs, whoever starts it: the job as it is saved in a
 // bundle, the devices to run it on and the run's settings.
@@ -37,6 +38,8 @@ struct JobRunRequest
     int timeoutSeconds = 120;
     // A run with an executable known to be unusable is refused.
     bool executableValid = true;
+    // Where the run's report is written as devices end; none when empty.
+    QStringList reportPaths;
 };
 
 // Where a device of a run stands.
@@ -80,6 +83,12 @@ struct JobRunCounts
     int unsuccessful() const { return failed + crashed + aborted + notStarted; }
 };
 
+// The totals of a run as one line: while it runs, every state and the time so far
+// ("3 done, 1 failed, 0 aborted, 2 running, 10 waiting, 12.50 s"); once it ended, its
+// result ("Last run: 95 done, 3 failed, 2 aborted of 100 in 3 m 12 s"). Crashed and
+// never started devices count as failed.
+QString jobRunTotalsText(const JobRunCounts& counts, qint64 elapsedMs, bool finished);
+
 // Runs a job on many devices: writes the job bundle into a run folder of its
 // own, builds each device's "batch" invocation, runs them through the process
 // runner and follows every device from waiting to its outcome. It knows
@@ -107,6 +116,8 @@ public:
     // The folder holding the run's job bundle; empty when no run is on.
     QString runFolder() const;
     QString bundlePath() const { return bundle; }
+    // The report files of the current or last run.
+    QStringList reportFiles() const { return reportPaths; }
 
     // The file name of the run's job bundle for a given moment.
     static QString bundleFileName(const QDateTime& moment);
@@ -149,6 +160,9 @@ private:
     QVector<JobDeviceRun> runs;
     QHash<QString, int> indexOf;
     std::unique_ptr<QTemporaryDir> folder;
+    std::unique_ptr<RunReport> report;
+    QList<QMap<QString, QVariant>> steps;
+    QStringList reportPaths;
     QString bundle;
     QElapsedTimer runTimer;
     qint64 finishedElapsedMs = 0;

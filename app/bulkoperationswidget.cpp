@@ -1,8 +1,8 @@
 #include "bulkoperationswidget.h"
 
 #include "corporatecolors.h"
-#include "corvaneprocessrunner.h"
 #include "corvaneexecutable.h"
+#include "corvaneprocessrunner.h"
 #include "qprogressindicator.h"
 #include "settingsutil.h"
 #include "variableexplorerwidget.h"
@@ -12,6 +12,7 @@
 #include <QEvent>
 #include <QGridLayout>
 #include <QGroupBox>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QProcess>
 #include <QProgressBar>
@@ -87,7 +88,14 @@ BulkOperationsWidget::BulkOperationsWidget(QWidget* parent) : QWidget(parent)
     layout->addWidget(debugConnectionGroupBox, 1, 0, 1, 4);
     layout->addWidget(errorLabel, 2, 0, 1, 4);
     layout->addWidget(versionLabel, 3, 0, Qt::AlignLeft);
-    layout->addWidget(progressBar, 3, 1);
+    // The run's totals stand between the progress bar and the Run button; after a run
+    // they stay as its result until the next one starts.
+    totalsLabel = new QLabel(this);
+    totalsLabel->setObjectName(QStringLiteral("totalsLabel"));
+    auto* progressRow = new QHBoxLayout;
+    progressRow->addWidget(progressBar, 1);
+    progressRow->addWidget(totalsLabel);
+    layout->addLayout(progressRow, 3, 1);
     layout->setColumnStretch(1, 1);
     layout->addWidget(busyIndicator, 3, 2, Qt::AlignRight);
     layout->addWidget(runButton, 3, 3, Qt::AlignRight);

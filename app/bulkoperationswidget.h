@@ -116,6 +116,8 @@ public slots:
     void deviceSelectorOpenLogForHighlightedDevices();
     // The output the runner kept of each highlighted device's last run, in a viewer of its own.
     void deviceSelectorShowOutputOfHighlightedDevices();
+    // Checks exactly the rows whose last job run did not end well, so Run repeats only those.
+    void deviceSelectorCheckOnlyUnsuccessfulDevices();
     void deviceSelectorOnClicked(const QModelIndex& index);
     void deviceSelectorOnCommitData(const QModelIndex& index);
     void deviceSelectorDoubleClicked(const QModelIndex& index);
@@ -283,6 +285,7 @@ private:
     void setOperation(PageOperation newOperation) { operation = newOperation; }
     void showRunProgress(int taskCount);
     void showJobDeviceOutcome(const JobDeviceRun& run);
+    void showRunTotals();
 
     JobRunEngine* jobRunEngine = nullptr;
     PageOperation operation = PageOperation::Idle;
@@ -311,6 +314,9 @@ private:
     QPushButton* runButton = nullptr;
     QProgressIndicator* busyIndicator = nullptr;
     QLabel* versionLabel = nullptr;
+    QLabel* totalsLabel = nullptr;
+    // Keeps the totals' elapsed time going while a job runs.
+    QTimer* totalsTimer = nullptr;
     QSplitter* actionSplitter = nullptr;
     QSplitter* pageSplitter = nullptr;
 

@@ -3,12 +3,15 @@
 #include "batchutil.h"
 #include "corvaneexecutable.h"
 #include "corvaneprocessrunner.h"
+#include "jobchecks.h"
 #include "jobexecution.h"
 #include "jobrunengine.h"
+#include "runreport.h"
 #include "settingsutil.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QDir>
 #include <QEventLoop>
 #include <QFileInfo>
@@ -27,6 +30,7 @@ const QString timeoutOption = QStringLiteral("timeout");
 const QString logDirOption = QStringLiteral("log-dir");
 const QString noLogsOption = QStringLiteral("no-logs");
 const QString devicesOption = QStringLiteral("devices");
+const QString reportOption = QStringLiteral("report");
 const QString helpOption = QStringLiteral("help");
 const QString versionOption = QStringLiteral("version");
 
@@ -81,6 +85,8 @@ void CommandLineRun::printHelp()
               "  --no-logs            write no log files\n"
               "  --devices ID[,ID...] run only these devices of the bundle (serial number,\n"
               "                       or IP address for devices without one), checked or not\n"
+              "  --report FILE        write the run's report (CSV) to FILE as well; with\n"
+              "                       logging on it is always written to the log folder\n"
               "  --help               show this help\n"
               "  --version            show the version\n"
               "\n"
@@ -89,7 +95,8 @@ void CommandLineRun::printHelp()
               "\n"
               "Exit status: 0 when every device ran its job successfully, 1 when a device\n"
               "failed, crashed, was aborted or never started, 2 when the run could not start\n"
-              "(bad options, an unreadable bundle or a Corvane executable that cannot run).")
+              "(bad options, an unreadable bundle, a job that would fail on every device, such\n"
+              "as a missing image file, or a Corvane executable that cannot run).")
         << Qt::endl;
 }
 
@@ -103,6 +110,7 @@ int CommandLineRun::exec(const QStringList& arguments)
                        {logDirOption, QString(), QStringLiteral("dir")},
                        {noLogsOption, QString()},
                        {devicesOption, QString(), QStringLiteral("ids")},
+                       {reportOption, QString(), QStringLiteral("file")},
                        {helpOption, QString()},
                        {versionOption, QString()}});
     if (!parser.parse(arguments))
@@ -188,6 +196,17 @@ int CommandLineRun::exec(const QStringList& arguments)
         return CannotRun;
     }
 
+    // The window's checks before Run, so a headless run fails at once on what can be known.
+    QList<JobCheckAction> actions;
+    for (const auto& step : qAsConst(request.steps))
+        actions.append({true, step.value(QStringLiteral("enabled")).toBool(), step});
+    const QString problem =
+        JobChecks::firstProblem(actions, request.devices, {request.debugInterface, request.debugSpeed});
+    if (!problem.isEmpty()) {
+        err << tr("harnwick: %1").arg(problem) << Qt::endl;
+        return CannotRun;
+    }
+
     runner = new CorvaneProcessRunner(this);
     if (concurrency > 0)
         runner->overrideMaxConcurrentProcesses(concurrency);
@@ -205,6 +224,11 @@ int CommandLineRun::exec(const QStringList& arguments)
     request.logDirectory =
         parser.isSet(logDirOption) ? parser.value(logDirOption) : Settings::logFileDirectory();
     request.timeoutSeconds = timeoutSeconds;
+    if (parser.isSet(reportOption))
+        request.reportPaths << parser.value(reportOption);
+    if (request.logging)
+        request.reportPaths
+            << QDir(request.logDirectory).absoluteFilePath(RunReport::fileName(QDateTime::currentDateTime()));
 
     engine = new JobRunEngine(runner, this);
     int refused = 0;
@@ -315,15 +339,7 @@ void CommandLineRun::drawProgress()
 {
     if (!interactive || !engine)
         return;
-    const JobRunCounts counts = engine->counts();
-    out << "\r\033[K"
-        << tr("%1 done, %2 failed, %3 aborted, %4 running, %5 waiting, %6")
-               .arg(counts.done)
-               .arg(counts.failed + counts.crashed + counts.notStarted)
-               .arg(counts.aborted)
-               .arg(counts.running)
-               .arg(counts.waiting)
-               .arg(JobExecution::elapsedText(engine->elapsedMs()));
+    out << "\r\033[K" << jobRunTotalsText(engine->counts(), engine->elapsedMs(), false);
     out.flush();
     progressShown = true;
 }

@@ -3,6 +3,7 @@
 #include "aboutbox.h"
 #include "bulkoperationswidget.h"
 #include "jobrunengine.h"
+#include "outputviewerdialog.h"
 #include "settingsutil.h"
 
 #include <QCloseEvent>
@@ -10,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QInputDialog>
 #include <QMenuBar>
@@ -131,6 +133,8 @@ void MainWindow::setupMenuBar()
     loggingMenu->addSeparator();
     QAction* openLogs = loggingMenu->addAction(tr("&Open Log File Directory"));
     connect(openLogs, SIGNAL(triggered()), this, SLOT(openLogFileDirectory()));
+    QAction* openReport = loggingMenu->addAction(tr("Open Last &Run Report"));
+    connect(openReport, SIGNAL(triggered()), this, SLOT(openLastRunReport()));
     QAction* setLogs = loggingMenu->addAction(tr("Set &Log File Directory..."));
     connect(setLogs, SIGNAL(triggered()), this, SLOT(setLogFileDirectory()));
     QAction* revertLogs = loggingMenu->addAction(tr("&Revert Log File Directory to Default"));
@@ -233,6 +237,23 @@ void MainWindow::openLogFileDirectory()
     if (!QDir(directory).exists())
         QDir().mkpath(directory);
     QDesktopServices::openUrl(QUrl::fromLocalFile(directory));
+}
+
+void MainWindow::openLastRunReport()
+{
+    const QString report = bulkOperationsWidget->jobRun()->reportFiles().value(0);
+    if (report.isEmpty() || !QFileInfo(report).isFile()) {
+        emit bulkOperationsWidget->errorEncountered(
+            tr("No run report yet: a job run writes one into the log folder while logging is on."));
+        return;
+    }
+    if (QDesktopServices::openUrl(QUrl::fromLocalFile(report)))
+        return;
+    // No program to open it with: show it here.
+    QFile file(report);
+    if (file.open(QIODevice::ReadOnly))
+        (new OutputViewerDialog(QDir::toNativeSeparators(report), QString::fromUtf8(file.readAll()), this))
+            ->show();
 }
 
 void MainWindow::setLogFileDirectory()

@@ -41,6 +41,8 @@ public slots:
     void editProcessTimeout();
     void loggingEnabledToggled(bool enabled);
     void openLogFileDirectory();
+    // The report of the last job run, written into the log folder.
+    void openLastRunReport();
     void setLogFileDirectory();
     void revertLogFileDirectory();
     void setCorvanePath();

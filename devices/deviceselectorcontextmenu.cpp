@@ -72,6 +72,12 @@ QMenu* BulkOperationsWidget::deviceSelectorCreateContextMenu(QWidget* parent)
             &QAction::triggered, this, &BulkOperationsWidget::deviceSelectorDeselectHighlightedDevices);
     connect(menu->addAction(themedIcon(":/graphics/checkbox-unchecked%1.png"), tr("Deselect All")),
             &QAction::triggered, this, &BulkOperationsWidget::deviceSelectorDeselectAllDevices);
+    // Run again only the boards that did not make it.
+    QAction* unsuccessful = menu->addAction(themedIcon(":/graphics/checkbox-checked%1.png"),
+                                            tr("Check Only Unsuccessful Devices"));
+    unsuccessful->setEnabled(jobRunEngine->counts().unsuccessful() > 0);
+    connect(unsuccessful, &QAction::triggered, this,
+            &BulkOperationsWidget::deviceSelectorCheckOnlyUnsuccessfulDevices);
     menu->addSeparator();
     connect(menu->addAction(themedIcon(":/graphics/eraser%1.png"), tr("Clear Target Part%1").arg(plural)),
             &QAction::triggered, this,
@@ -133,6 +139,21 @@ void BulkOperationsWidget::deviceSelectorOpenLogForHighlightedDevices()
         (new OutputViewerDialog(QDir::toNativeSeparators(path), QString::fromUtf8(log.readAll()), this))
             ->show();
     }
+}
+
+void BulkOperationsWidget::deviceSelectorCheckOnlyUnsuccessfulDevices()
+{
+    QList<int> unsuccessful, others;
+    for (int row = 0; row < deviceSelectorModel->rowCount(); ++row) {
+        const JobDeviceRun* run = jobRunEngine->device(getDeviceIdInModel(row));
+        (run && run->state != JobDeviceState::Done && run->state != JobDeviceState::Running &&
+                 run->state != JobDeviceState::Waiting
+             ? unsuccessful
+             : others)
+            << row;
+    }
+    deviceSelectorSetCheckState(others, Qt::Unchecked);
+    deviceSelectorSetCheckState(unsuccessful, Qt::Checked);
 }
 
 void BulkOperationsWidget::deviceSelectorShowOutputOfHighlightedDevices()

@@ -537,6 +537,26 @@ automatisch anhand des gewählten Adapters anhängen.</translation>
         <source>The Corvane executable &quot;%1&quot; could not be started. Please check the path in the settings.</source>
         <translation>Das Corvane-Programm &quot;%1&quot; konnte nicht gestartet werden. Bitte prüfen Sie den Pfad in den Einstellungen.</translation>
     </message>
+    <message>
+        <source>Show Output...</source>
+        <translation>Ausgabe anzeigen...</translation>
+    </message>
+    <message>
+        <source>Check Only Unsuccessful Devices</source>
+        <translation>Nur erfolglose Geräte auswählen</translation>
+    </message>
+    <message>
+        <source>
+--- standard error ---
+</source>
+        <translation>
+--- Standardfehlerausgabe ---
+</translation>
+    </message>
+    <message>
+        <source>Output of %1</source>
+        <translation>Ausgabe von %1</translation>
+    </message>
 </context>
 <context>
     <name>CommandLineRun</name>
@@ -547,57 +567,6 @@ automatisch anhand des gewählten Adapters anhängen.</translation>
     <message>
         <source>Try &quot;harnwick --help&quot; for the options.</source>
         <translation>&quot;harnwick --help&quot; zeigt die Optionen.</translation>
-    </message>
-    <message>
-        <source>Usage: harnwick --run BUNDLE.hwj [options]
-
-Runs the job of a job bundle on the bundle&apos;s checked devices without a window:
-one Corvane process per device, with the same invocations as the window&apos;s Run.
-Defaults come from the window&apos;s settings (Corvane executable, concurrency,
-timeout, logging and log folder).
-
-Options:
-  --run BUNDLE.hwj     the job bundle to run
-  --concurrency N      run at most N devices at once (1 to 100)
-  --timeout SECONDS    time limit passed to Corvane for each device
-  --log-dir DIR        write one log file per device into DIR
-  --no-logs            write no log files
-  --devices ID[,ID...] run only these devices of the bundle (serial number,
-                       or IP address for devices without one), checked or not
-  --help               show this help
-  --version            show the version
-
-Ctrl+C aborts the devices not yet started and lets running ones finish;
-a second Ctrl+C ends the running ones too.
-
-Exit status: 0 when every device ran its job successfully, 1 when a device
-failed, crashed, was aborted or never started, 2 when the run could not start
-(bad options, an unreadable bundle or a Corvane executable that cannot run).</source>
-        <translation>Aufruf: harnwick --run PAKET.hwj [Optionen]
-
-Führt den Job eines Job-Pakets ohne Fenster auf den ausgewählten Geräten des Pakets aus:
-ein Corvane-Prozess je Gerät, mit denselben Aufrufen wie Ausführen im Fenster.
-Vorgaben kommen aus den Einstellungen des Fensters (Corvane-Programm, Parallelität,
-Zeitlimit, Protokollierung und Protokollordner).
-
-Optionen:
-  --run PAKET.hwj      das auszuführende Job-Paket
-  --concurrency N      höchstens N Geräte gleichzeitig (1 bis 100)
-  --timeout SEKUNDEN   Zeitlimit, das Corvane für jedes Gerät erhält
-  --log-dir ORDNER     je Gerät eine Protokolldatei in ORDNER schreiben
-  --no-logs            keine Protokolldateien schreiben
-  --devices ID[,ID...] nur diese Geräte des Pakets ausführen (Seriennummer,
-                       oder IP-Adresse bei Geräten ohne), ausgewählt oder nicht
-  --help               diese Hilfe zeigen
-  --version            die Version zeigen
-
-Strg+C bricht die noch nicht gestarteten Geräte ab und lässt laufende fertig werden;
-ein zweites Strg+C beendet auch die laufenden.
-
-Exit-Status: 0, wenn jedes Gerät seinen Job erfolgreich ausgeführt hat, 1, wenn ein
-Gerät fehlschlug, abstürzte, abgebrochen oder nie gestartet wurde, 2, wenn der Lauf
-nicht beginnen konnte (falsche Optionen, ein unlesbares Paket oder ein Corvane-Programm,
-das nicht läuft).</translation>
     </message>
     <message>
         <source>Unexpected argument &quot;%1&quot;.</source>
@@ -700,16 +669,69 @@ das nicht läuft).</translation>
         <translation>ABGEBROCHEN</translation>
     </message>
     <message>
-        <source>%1 done, %2 failed, %3 aborted, %4 running, %5 waiting, %6</source>
-        <translation>%1 fertig, %2 fehlgeschlagen, %3 abgebrochen, %4 laufen, %5 warten, %6</translation>
-    </message>
-    <message>
         <source>harnwick: Stopping: devices not yet started are aborted, running devices finish their job. Press Ctrl+C again to end them now.</source>
         <translation>harnwick: Wird angehalten: noch nicht gestartete Geräte werden abgebrochen, laufende Geräte beenden ihren Job. Drücken Sie erneut Strg+C, um sie sofort zu beenden.</translation>
     </message>
     <message>
         <source>harnwick: Ending the running devices now.</source>
         <translation>harnwick: Die laufenden Geräte werden jetzt beendet.</translation>
+    </message>
+    <message>
+        <source>Usage: harnwick --run BUNDLE.hwj [options]
+
+Runs the job of a job bundle on the bundle&apos;s checked devices without a window:
+one Corvane process per device, with the same invocations as the window&apos;s Run.
+Defaults come from the window&apos;s settings (Corvane executable, concurrency,
+timeout, logging and log folder).
+
+Options:
+  --run BUNDLE.hwj     the job bundle to run
+  --concurrency N      run at most N devices at once (1 to 100)
+  --timeout SECONDS    time limit passed to Corvane for each device
+  --log-dir DIR        write one log file per device into DIR
+  --no-logs            write no log files
+  --devices ID[,ID...] run only these devices of the bundle (serial number,
+                       or IP address for devices without one), checked or not
+  --report FILE        write the run&apos;s report (CSV) to FILE as well; with
+                       logging on it is always written to the log folder
+  --help               show this help
+  --version            show the version
+
+Ctrl+C aborts the devices not yet started and lets running ones finish;
+a second Ctrl+C ends the running ones too.
+
+Exit status: 0 when every device ran its job successfully, 1 when a device
+failed, crashed, was aborted or never started, 2 when the run could not start
+(bad options, an unreadable bundle, a job that would fail on every device, such
+as a missing image file, or a Corvane executable that cannot run).</source>
+        <translation>Aufruf: harnwick --run PAKET.hwj [Optionen]
+
+Führt den Job eines Job-Pakets ohne Fenster auf den ausgewählten Geräten des Pakets aus:
+ein Corvane-Prozess je Gerät, mit denselben Aufrufen wie Ausführen im Fenster.
+Vorgaben kommen aus den Einstellungen des Fensters (Corvane-Programm, Parallelität,
+Zeitlimit, Protokollierung und Protokollordner).
+
+Optionen:
+  --run PAKET.hwj      das auszuführende Job-Paket
+  --concurrency N      höchstens N Geräte gleichzeitig (1 bis 100)
+  --timeout SEKUNDEN   Zeitlimit, das Corvane für jedes Gerät erhält
+  --log-dir ORDNER     je Gerät eine Protokolldatei in ORDNER schreiben
+  --no-logs            keine Protokolldateien schreiben
+  --devices ID[,ID...] nur diese Geräte des Pakets ausführen (Seriennummer,
+                       oder IP-Adresse bei Geräten ohne), ausgewählt oder nicht
+  --report DATEI       den Bericht des Laufs (CSV) auch in DATEI schreiben; mit
+                       Protokollierung steht er immer auch im Protokollordner
+  --help               diese Hilfe zeigen
+  --version            die Version zeigen
+
+Strg+C bricht die noch nicht gestarteten Geräte ab und lässt laufende fertig werden;
+ein zweites Strg+C beendet auch die laufenden.
+
+Exit-Status: 0, wenn jedes Gerät seinen Job erfolgreich ausgeführt hat, 1, wenn ein
+Gerät fehlschlug, abstürzte, abgebrochen oder nie gestartet wurde, 2, wenn der Lauf
+nicht beginnen konnte (falsche Optionen, ein unlesbares Paket, ein Job, der auf jedem
+Gerät scheitern würde, etwa wegen einer fehlenden Image-Datei, oder ein
+Corvane-Programm, das nicht läuft).</translation>
     </message>
 </context>
 <context>
@@ -847,6 +869,17 @@ das nicht läuft).</translation>
     </message>
 </context>
 <context>
+    <name>JobRunEngine</name>
+    <message>
+        <source>Last run: %1 done, %2 failed, %3 aborted of %4 in %5</source>
+        <translation>Letzter Lauf: %1 fertig, %2 fehlgeschlagen, %3 abgebrochen von %4 in %5</translation>
+    </message>
+    <message>
+        <source>%1 done, %2 failed, %3 aborted, %4 running, %5 waiting, %6</source>
+        <translation>%1 fertig, %2 fehlgeschlagen, %3 abgebrochen, %4 laufen, %5 warten, %6</translation>
+    </message>
+</context>
+<context>
     <name>MainWindow</name>
     <message>
         <source>Harnwick</source>
@@ -967,6 +1000,14 @@ das nicht läuft).</translation>
     <message>
         <source>Select Corvane Executable</source>
         <translation>Corvane-Programmdatei auswählen</translation>
+    </message>
+    <message>
+        <source>Open Last &amp;Run Report</source>
+        <translation>Bericht des letzten &amp;Laufs öffnen</translation>
+    </message>
+    <message>
+        <source>No run report yet: a job run writes one into the log folder while logging is on.</source>
+        <translation>Noch kein Laufbericht: Ein Joblauf schreibt ihn in den Protokollordner, solange die Protokollierung eingeschaltet ist.</translation>
     </message>
 </context>
 <context>

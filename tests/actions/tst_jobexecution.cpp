@@ -1,5 +1,6 @@
 #include "batchutil.h"
 #include "jobexecution.h"
+#include "runreport.h"
 #include "testregistry.h"
 
 #include <QTest>
@@ -110,6 +111,41 @@ private slots:
         QCOMPARE(lines.value(1), QStringLiteral("ERROR: Verify failed at 0x00008000"));
         QVERIFY(tip.contains(QStringLiteral("earlier lines left out")));
         QCOMPARE(lines.constLast(), QStringLiteral("ERROR: Verify failed at 0x00008000"));
+    }
+
+    void reportFields_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("field");
+        QTest::newRow("plain") << "bench-left"
+                               << "bench-left";
+        QTest::newRow("comma") << "line 3, left"
+                               << "\"line 3, left\"";
+        QTest::newRow("quote") << "the \"old\" one"
+                               << "\"the \"\"old\"\" one\"";
+        QTest::newRow("line break") << "a\nb"
+                                    << "\"a\nb\"";
+        QTest::newRow("formula") << "=1+2"
+                                 << "'=1+2";
+        QTest::newRow("plus") << "+49 30"
+                              << "'+49 30";
+        QTest::newRow("minus") << "-1"
+                               << "'-1";
+        QTest::newRow("at") << "@SUM(A1)"
+                            << "'@SUM(A1)";
+        QTest::newRow("formula with comma") << "=HYPERLINK(\"x\",\"y\")"
+                                            << "\"'=HYPERLINK(\"\"x\"\",\"\"y\"\")\"";
+        QTest::newRow("inner sign") << "KM32-G101"
+                                    << "KM32-G101";
+        QTest::newRow("empty") << ""
+                               << "";
+    }
+
+    void reportFields()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, field);
+        QCOMPARE(RunReport::field(text), field);
     }
 
     // A bundle's device and steps give what the page gives once the bundle is loaded.

@@ -201,7 +201,7 @@ private slots:
                             logs.absoluteFilePath("801017734.txt"), "--timeout", timeout}}));
         // The run's folder went with the run; each device wrote its own log.
         QVERIFY(!bundle.dir().exists());
-        QCOMPARE(logs.entryList(QDir::Files),
+        QCOMPARE(logs.entryList({QStringLiteral("*.txt")}, QDir::Files),
                  QStringList({"801002345.txt", "801017734.txt", "801020001.txt"}));
         QFile log(logs.filePath(QStringLiteral("801002345.txt")));
         QVERIFY(log.open(QIODevice::ReadOnly));
@@ -246,6 +246,19 @@ private slots:
         QVERIFY2(matches(failed.arg(1).arg(elapsed), status(page, 2)), qPrintable(status(page, 2)));
         QVERIFY2(toolTip(page, 2).startsWith(QStringLiteral("The process was ended by signal ")),
                  qPrintable(toolTip(page, 2)));
+        // The last run's result stays beside Run; the failures can be picked for another run.
+        QVERIFY2(matches(QStringLiteral("Last run: 1 done, 2 failed, 0 aborted of 3 in ") + elapsed,
+                         child<QLabel>(page, "totalsLabel")->text()),
+                 qPrintable(child<QLabel>(page, "totalsLabel")->text()));
+        page.deviceSelectorCheckOnlyUnsuccessfulDevices();
+        QCOMPARE(QList<bool>({isChecked(page, 0), isChecked(page, 1), isChecked(page, 2)}),
+                 QList<bool>({true, false, true}));
+        // The run's report stands in the log folder, one row per device.
+        const QStringList reports = QDir(logDirectory).entryList({QStringLiteral("run_*.csv")});
+        QCOMPARE(reports.size(), 1);
+        QFile report(QDir(logDirectory).filePath(reports.constFirst()));
+        QVERIFY(report.open(QIODevice::ReadOnly));
+        QCOMPARE(report.readAll().count("\r\n80103000"), 2);
         QCOMPARE(flashColor(page, 2), CORPORATE_RED);
     }
 

@@ -1,3 +1,4 @@
+#include "../batch/batchtestfiles.h"
 #include "batchutil.h"
 #include "commandlinerun.h"
 #include "interruptwatcher.h"
@@ -6,6 +7,7 @@
 #include "testenvironment.h"
 #include "testregistry.h"
 
+#include <QDateTime>
 #include <QRegularExpression>
 #include <QTest>
 #include <QTextStream>
@@ -62,19 +64,67 @@ class TestCommandLineRun : public QObject
         return outcome;
     }
 
-    // The job is device info, a wait of `waitMs` and a mass erase.
-    QString writeBundle(const QString& name, const QList<BatchUtil::DeviceEntry>& devices, int waitMs = 10)
+    // The job is device info, a wait of `waitMs`, a custom command, a mass erase and a flash.
+    QString writeBundle(const QString& name, const QList<BatchUtil::DeviceEntry>& devices, int waitMs = 10,
+                        const QString& imagePath = QString())
     {
         const QString path = session.filePath(name);
+        QFile image(session.filePath(QStringLiteral("app.hex")));
+        if (!image.open(QIODevice::WriteOnly) || image.write(QByteArray(4096, '\x3c')) != 4096)
+            return QString();
+        image.close();
         BatchUtil util;
         const bool written = util.bundleWrite(
             path,
             {step("log_device_info"), step("wait", {{QStringLiteral("duration_ms"), waitMs}}),
              step("run_custom_command", {{QStringLiteral("arguments"),
                                           QStringList({"device", "info", "--label", "{{nickname}}"})}}),
-             step("mass_erase_target_device")},
+             step("mass_erase_target_device"),
+             step("flash_target_device",
+                  {{QStringLiteral("image_file"), imagePath.isEmpty() ? image.fileName() : imagePath}})},
             devices, true, QStringLiteral("SWD"), 4000, {});
         return written ? path : QString();
+    }
+
+    // The report as a spreadsheet reads it: the run, the image's hash, one row per device.
+    void checkReport(const QString& path)
+    {
+        const QByteArray bytes = BatchTestFiles::readFile(path);
+        QVERIFY(bytes.startsWith("\xef\xbb\xbf"));
+        const QStringList lines = QString::fromUtf8(bytes.mid(3)).split(QStringLiteral("\r\n"));
+        const QString image = session.filePath(QStringLiteral("app.hex"));
+        ForkedProcess sha256sum;
+        sha256sum.start(QStringLiteral("sha256sum"), {image});
+        QVERIFY(sha256sum.waitForFinished(10000));
+        const QString imageHash = QString::fromLatin1(sha256sum.readAllStandardOutput().left(64));
+        QVERIFY2(lines.contains(QStringLiteral("File SHA-256,%1,%2").arg(imageHash, image)),
+                 qPrintable(lines.join('\n')));
+        QCOMPARE(lines.filter(QRegularExpression(QStringLiteral("^Bundle SHA-256,[0-9a-f]{64}$"))).size(), 1);
+        QVERIFY(lines.contains(
+            QStringLiteral("Steps,1 log_device_info; 2 wait 10; 3 run_custom_command device info "
+                           "--label {{nickname}}; 4 mass_erase_target_device; 5 "
+                           "flash_target_device %1")
+                .arg(image)));
+        const int header = lines.indexOf(QRegularExpression(QStringLiteral("^Device id,Serial number,.*")));
+        QVERIFY(header > 0);
+        QStringList rows = lines.mid(header + 1);
+        rows.removeAll(QString());
+        QCOMPARE(rows.size(), 6);
+        const auto rowOf = [&rows](const QString& id) {
+            return rows.filter(QRegularExpression("^" + id + ",")).value(0).split(QLatin1Char(','));
+        };
+        QCOMPARE(rowOf("801030007").mid(0, 10),
+                 QStringList({"801030007", "801030007", "", "fails", "", "USB", "failed", "2", "wait", "5"}));
+        QCOMPARE(rowOf("801030008").mid(6, 3), QStringList({"crashed", "3", "run_custom_command"}));
+        // A nickname a spreadsheet would compute stays text.
+        QCOMPARE(rowOf("801017733").value(3), QStringLiteral("'=1+2"));
+        const QStringList done = rowOf("801020001");
+        QCOMPARE(done.mid(1, 8),
+                 QStringList({"801020001", "192.0.2.20", "bench-dual", "", "IP", "done", "", ""}));
+        QVERIFY(QDateTime::fromString(done.value(10), Qt::ISODateWithMs).isValid());
+        QVERIFY2(done.value(10).contains(QRegularExpression(QStringLiteral("(Z|[+-]\\d\\d:\\d\\d)$"))),
+                 qPrintable(done.value(10)));
+        QVERIFY(done.value(13).endsWith(QStringLiteral("801020001.txt")));
     }
 
 private slots:
@@ -82,10 +132,13 @@ private slots:
     {
         sixDevices = writeBundle(QStringLiteral("six.hwj"),
                                  {device(801002345, "bench-left"), device(801002346, "bench-right"),
-                                  device(801017733, "rack-a1"),
+                                  device(801017733, "=1+2"),
                                   device(801020001, "bench-dual", true, BatchUtil::Ip, "192.0.2.20"),
                                   device(801030007, "fails"), device(801030008, "crashes")});
         unchecked = writeBundle(QStringLiteral("unchecked.hwj"), {device(801002345, "bench-left", false)});
+        const QString noImage = writeBundle(QStringLiteral("no-image.hwj"), {device(801002345, "bench-left")},
+                                            10, session.filePath(QStringLiteral("absent.hex")));
+        QVERIFY(!noImage.isEmpty());
         QVERIFY(!sixDevices.isEmpty() && !unchecked.isEmpty());
     }
 
@@ -120,6 +173,10 @@ private slots:
             << QStringLiteral("The job bundle \"%1\" does not exist").arg(session.filePath("absent.hwj"));
         QTest::newRow("unknown device") << QStringList{"--run", six, "--devices", "801002345,801099999"}
                                         << QStringLiteral("Device \"801099999\" is not in the job bundle");
+        QTest::newRow("image missing")
+            << QStringList{"--run", session.filePath("no-image.hwj")}
+            << QStringLiteral("harnwick: Action 5: the file \"%1\" does not exist or cannot be read.")
+                   .arg(session.filePath("absent.hex"));
         QTest::newRow("nothing checked")
             << QStringList{"--run", session.filePath("unchecked.hwj")} << "has no checked devices";
     }
@@ -168,8 +225,9 @@ private slots:
     void runsTheCheckedDevices()
     {
         const QString logs = session.filePath(QStringLiteral("cli-logs"));
-        Outcome outcome =
-            run({"--run", sixDevices, "--log-dir", logs, "--timeout", "7", "--concurrency", "3"});
+        const QString reportPath = session.filePath(QStringLiteral("reports/line3.csv"));
+        Outcome outcome = run({"--run", sixDevices, "--log-dir", logs, "--timeout", "7", "--concurrency", "3",
+                               "--report", reportPath});
         QCOMPARE(outcome.exitCode, 1);
         const QStringList lines = outcome.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         QCOMPARE(lines.size(), 7);
@@ -207,6 +265,12 @@ private slots:
         logFiles.sort();
         QCOMPARE(logFiles, QStringList({"801002345.txt", "801002346.txt", "801017733.txt", "801020001.txt",
                                         "801030007.txt", "801030008.txt"}));
+        checkReport(reportPath);
+        // With logs, the same report stands in the log folder.
+        const QStringList logReports = QDir(logs).entryList({QStringLiteral("run_*.csv")});
+        QCOMPARE(logReports.size(), 1);
+        QCOMPARE(BatchTestFiles::readFile(QDir(logs).filePath(logReports.constFirst())),
+                 BatchTestFiles::readFile(reportPath));
         // The device kept its IP connection from the bundle.
         QCOMPARE(runs.constFirst().mid(2, 2), QStringList({"--ip", "192.0.2.20"}));
         QCOMPARE(session.runFolders(), QStringList());

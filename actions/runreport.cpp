@@ -1,0 +1,180 @@
+#include "runreport.h"
+
+#include "jobrunengine.h"
+
+#include <QCryptographicHash>
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+namespace {
+
+QString outcomeWord(JobDeviceState state)
+{
+    switch (state) {
+    case JobDeviceState::Done:
+        return QStringLiteral("done");
+    case JobDeviceState::Failed:
+        return QStringLiteral("failed");
+    case JobDeviceState::Crashed:
+        return QStringLiteral("crashed");
+    case JobDeviceState::Aborted:
+        return QStringLiteral("aborted");
+    case JobDeviceState::NotStarted:
+    case JobDeviceState::Waiting:
+    case JobDeviceState::Running:
+        break;
+    }
+    return QStringLiteral("not started");
+}
+
+QString connectionWord(int type)
+{
+    return type == BatchUtil::Usb  ? QStringLiteral("USB")
+           : type == BatchUtil::Ip ? QStringLiteral("IP")
+                                   : QString();
+}
+
+QString isoTime(const QDateTime& moment)
+{
+    return moment.isValid() ? moment.toOffsetFromUtc(moment.offsetFromUtc()).toString(Qt::ISODateWithMs)
+                            : QString();
+}
+
+} // namespace
+
+RunReport::RunReport() = default;
+RunReport::~RunReport() = default;
+
+QString RunReport::fileName(const QDateTime& moment)
+{
+    return QStringLiteral("run_%1.csv").arg(moment.toString(QStringLiteral("yyyyMMdd_HHmmss")));
+}
+
+QString RunReport::field(const QString& text)
+{
+    QString value = text;
+    static const QString formulaStarts = QStringLiteral("=+-@\t\r");
+    if (!value.isEmpty() && formulaStarts.contains(value.at(0)))
+        value.prepend(QLatin1Char('\''));
+    if (value.contains(QLatin1Char('"')) || value.contains(QLatin1Char(',')) ||
+        value.contains(QLatin1Char('\n')) || value.contains(QLatin1Char('\r')))
+        return QLatin1Char('"') + value.replace(QLatin1Char('"'), QLatin1String("\"\"")) + QLatin1Char('"');
+    return value;
+}
+
+QString RunReport::line(const QStringList& fields)
+{
+    QStringList quoted;
+    for (const QString& text : fields)
+        quoted << field(text);
+    return quoted.join(QLatin1Char(',')) + QLatin1String("\r\n");
+}
+
+QString RunReport::stepsInShort(const QList<QMap<QString, QVariant>>& steps)
+{
+    QStringList parts;
+    for (int index = 0; index < steps.size(); ++index) {
+        const auto& step = steps.at(index);
+        QString part =
+            QStringLiteral("%1 %2").arg(index + 1).arg(step.value(QStringLiteral("task")).toString());
+        for (const char* key : {"image_file", "emz_file", "mode", "operation", "duration_ms"})
+            if (step.contains(QLatin1String(key)))
+                part += QLatin1Char(' ') + step.value(QLatin1String(key)).toString();
+        if (step.contains(QStringLiteral("arguments")))
+            part += QLatin1Char(' ') +
+                    step.value(QStringLiteral("arguments")).toStringList().join(QLatin1Char(' '));
+        if (!step.value(QStringLiteral("enabled")).toBool())
+            part += QStringLiteral(" (disabled)");
+        parts << part;
+    }
+    return parts.join(QStringLiteral("; "));
+}
+
+QStringList RunReport::filesOfSteps(const QList<QMap<QString, QVariant>>& steps)
+{
+    QStringList paths;
+    for (const auto& step : steps) {
+        if (!step.value(QStringLiteral("enabled")).toBool())
+            continue;
+        QStringList named{step.value(QStringLiteral("image_file")).toString()};
+        if (!step.value(QStringLiteral("use_default")).toBool())
+            named << step.value(QStringLiteral("emz_file")).toString();
+        for (const QString& path : named)
+            if (!path.trimmed().isEmpty() && !path.contains(QStringLiteral("{{")) && !paths.contains(path))
+                paths << path;
+    }
+    return paths;
+}
+
+QString RunReport::sha256OfFile(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return QString();
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    return hash.addData(&file) ? QString::fromLatin1(hash.result().toHex()) : QString();
+}
+
+bool RunReport::open(const QStringList& paths, const Header& header)
+{
+    for (const QString& path : paths) {
+        QDir().mkpath(QFileInfo(path).absolutePath());
+        auto file = std::make_unique<QFile>(path);
+        if (file->open(QIODevice::WriteOnly | QIODevice::Truncate))
+            files.push_back(std::move(file));
+    }
+    if (files.empty())
+        return false;
+    // The byte order mark tells spreadsheets the file is UTF-8.
+    QString text = QChar(0xfeff);
+    text += line({QStringLiteral("Harnwick"), header.version});
+    text += line({QStringLiteral("Corvane executable"), header.executable});
+    text += line({QStringLiteral("Steps"), stepsInShort(header.steps)});
+    text += line({QStringLiteral("Bundle SHA-256"), header.bundleSha256});
+    for (const auto& file : header.files)
+        text += line({QStringLiteral("File SHA-256"), file.second, file.first});
+    text += QLatin1String("\r\n");
+    text += line({QStringLiteral("Device id"), QStringLiteral("Serial number"), QStringLiteral("IP address"),
+                  QStringLiteral("Nickname"), QStringLiteral("Target part"), QStringLiteral("Connection"),
+                  QStringLiteral("Outcome"), QStringLiteral("Failed action"),
+                  QStringLiteral("Failed action type"), QStringLiteral("Exit code"), QStringLiteral("Start"),
+                  QStringLiteral("End"), QStringLiteral("Elapsed ms"), QStringLiteral("Log file")});
+    write(text);
+    return true;
+}
+
+void RunReport::addDevice(const JobDeviceRun& run, const QList<QMap<QString, QVariant>>& steps)
+{
+    const bool ended = run.state == JobDeviceState::Done || run.state == JobDeviceState::Failed ||
+                       run.state == JobDeviceState::Crashed || run.finishedAt.isValid();
+    const bool unsuccessful = run.state == JobDeviceState::Failed || run.state == JobDeviceState::Crashed;
+    const bool action = unsuccessful && run.action >= 1;
+    const QString type = action && run.action <= steps.size()
+                             ? steps.at(run.action - 1).value(QStringLiteral("task")).toString()
+                             : QString();
+    write(line({run.id, run.device.serialNumber, run.device.ipAddress, run.device.nickname,
+                run.device.targetPart, connectionWord(run.device.connectionType), outcomeWord(run.state),
+                action ? QString::number(run.action) : QString(), type,
+                ended ? QString::number(run.exitCode) : QString(), isoTime(run.startedAt),
+                isoTime(run.finishedAt), run.startedAt.isValid() ? QString::number(run.elapsedMs) : QString(),
+                run.logFile}));
+}
+
+QStringList RunReport::paths() const
+{
+    QStringList list;
+    for (const auto& file : files)
+        list << file->fileName();
+    return list;
+}
+
+void RunReport::write(const QString& text)
+{
+    const QByteArray bytes = text.toUtf8();
+    for (const auto& file : files) {
+        file->write(bytes);
+        file->flush();
+    }
+}
