@@ -73,6 +73,8 @@ QGroupBox* BulkOperationsWidget::setupAdapterFwInstallBox()
     installFromFile->setObjectName(QStringLiteral("installFromFileRadioButton"));
     auto* emzFile = new DroppableLineEdit(box);
     emzFile->setObjectName(QStringLiteral("emzFileLineEdit"));
+    connect(emzFile, &QLineEdit::textChanged, this,
+            [this](const QString& path) { jobFileGuard.remember({path}); });
     emzFile->setPlaceholderText(tr("Path to .emz firmware package file"));
     emzFile->setSupportedExtensions(firmwareExtensions);
     emzFile->setMinimumWidth(400);
@@ -271,6 +273,7 @@ void BulkOperationsWidget::targetFlashBrowseForApp()
 
 void BulkOperationsWidget::targetFlashOnAppFileChanged(const QString& newString)
 {
+    jobFileGuard.remember({newString});
     auto* startAddress = siblingOfSender<HexSpinBox>(sender(), QStringLiteral("startAddressSpinBox"));
     if (!startAddress)
         return;

@@ -72,6 +72,17 @@ void BulkOperationsWidget::runJob(const QList<int>& rows)
         emit errorEncountered(problem);
         return;
     }
+    // What goes onto the boards must be what was chosen: a file changed on disk since is named,
+    // and a second Run takes it as it is now.
+    const QString changed = jobFileGuard.firstChanged(RunReport::filesOfSteps(request.steps));
+    if (!changed.isEmpty()) {
+        jobFileGuard.remember({changed});
+        emit errorEncountered(
+            tr("The file \"%1\" has changed since the job was loaded or edited. Press Run again "
+               "to use it as it is now.")
+                .arg(QDir::toNativeSeparators(changed)));
+        return;
+    }
     request.logging = loggingIsEnabled();
     request.logDirectory = Settings::logFileDirectory();
     request.timeoutSeconds = Settings::processTimeoutSeconds();

@@ -2,6 +2,7 @@
 
 #include "batchutil.h"
 #include "corvaneprocessresult.h"
+#include "fileguard.h"
 #include "jobexecution.h"
 #include "pageoperation.h"
 #include "ziputil.h"
@@ -288,6 +289,8 @@ private:
     void showRunTotals();
 
     JobRunEngine* jobRunEngine = nullptr;
+    // The content of the job's files as the job was loaded or edited.
+    FileGuard jobFileGuard;
     PageOperation operation = PageOperation::Idle;
     // The newest output line of each running device, shown on the next refresh.
     LatestLines* latestLines = nullptr;

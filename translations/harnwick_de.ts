@@ -557,6 +557,10 @@ automatisch anhand des gewählten Adapters anhängen.</translation>
         <source>Output of %1</source>
         <translation>Ausgabe von %1</translation>
     </message>
+    <message>
+        <source>The file &quot;%1&quot; has changed since the job was loaded or edited. Press Run again to use it as it is now.</source>
+        <translation>Die Datei &quot;%1&quot; hat sich geändert, seit der Job geladen oder bearbeitet wurde. Drücken Sie erneut Starten, um sie so zu verwenden, wie sie jetzt ist.</translation>
+    </message>
 </context>
 <context>
     <name>CommandLineRun</name>

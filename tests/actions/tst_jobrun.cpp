@@ -250,6 +250,28 @@ private slots:
         QCOMPARE(flashColor(page, 2), CORPORATE_RED);
     }
 
+    // An image changed on disk after it was chosen is named before it goes onto a board.
+    void changedImageBlocksRun()
+    {
+        QFile image(session.filePath(QStringLiteral("guarded.hex")));
+        QVERIFY(image.open(QIODevice::WriteOnly) && image.write(":00000001FF\n") > 0);
+        image.close();
+        BulkOperationsWidget page;
+        addDevices(page, {{"801002345", "", "", "bench-left"}});
+        addAction(page, BulkAction::FlashTargetDevice, "appFileLineEdit", image.fileName());
+        QVERIFY(image.open(QIODevice::Append) && image.write(":00000001FF\n") > 0);
+        image.close();
+        ActionPage::runButton(page)->click();
+        QCOMPARE(errorText(page),
+                 QStringLiteral("ERROR: The file \"%1\" has changed since the job was loaded or "
+                                "edited. Press Run again to use it as it is now.")
+                     .arg(image.fileName()));
+        QVERIFY(batchInvocations().isEmpty());
+        runToEnd(page);
+        QCOMPARE(batchInvocations().size(), 1);
+        QVERIFY2(status(page, 0).startsWith(QStringLiteral("DONE")), qPrintable(status(page, 0)));
+    }
+
     void abortKeepsTheRunningDevice()
     {
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 1);
