@@ -98,9 +98,6 @@ private slots:
             QVERIFY(writeFile(content + "/" + name, name));
         const QStringList everything{"-x", "a1", "a[1]", "sub/", "sub/b.txt"};
         ZipUtil util;
-        QString suffix;
-        QCOMPARE(util.renameToZip("rel/my.job.hwj", suffix), QDir::current().absoluteFilePath("rel/my.zip"));
-        QCOMPARE(util.restoreOriginalExtension("/b/my.zip", suffix), QString("/b/my.hwj"));
 
         // zip adds to an archive that exists under the name it writes; a file lying there must neither
         // end up in the new archive nor be touched, and the old bundle is replaced as a whole.

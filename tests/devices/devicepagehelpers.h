@@ -5,6 +5,7 @@
 #include "deviceselectortreeview.h"
 #include "dynamiccombobox.h"
 #include "flashingrowstyledelegate.h"
+#include "simulatorsession.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -125,6 +126,15 @@ struct DevicePage
             parts << QString::fromUtf8(
                 QJsonDocument(QJsonObject::fromVariantMap(step)).toJson(QJsonDocument::Compact));
         return parts;
+    }
+
+    // Points the simulator at a fleet written into the session's folder, until the next call.
+    static void useFleet(const SimulatorSession& session, const QByteArray& yaml)
+    {
+        QFile file(session.filePath(QStringLiteral("fleet-in-use.yaml")));
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(yaml);
+        qputenv("CORVANE_SIM_FLEET", QFile::encodeName(file.fileName()));
     }
 
     static bool sameIcon(const QIcon& icon, const QString& path)

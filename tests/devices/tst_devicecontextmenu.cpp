@@ -84,21 +84,21 @@ private slots:
     {
         BulkOperationsWidget page;
         fillPage(page);
-        QCOMPARE(
-            menuTexts(menuFor(page, {1}).get()),
-            QStringList({"Show Output...", "Open Output Log", "-", "Open Corvane With Device", "-",
-                         "Run Job on Device", "-", "Probe Adapter", "Detect Target Part", "-", "Select All",
-                         "Select", "Deselect", "Deselect All", "-", "Clear Target Part", "Remove"}));
+        QCOMPARE(menuTexts(menuFor(page, {1}).get()),
+                 QStringList({"Show Output...", "Open Output Log", "-", "Open Corvane With Device", "-",
+                              "Run Job on Device", "-", "Probe Adapter", "Detect Target Part", "-",
+                              "Select All", "Select", "Deselect", "Deselect All",
+                              "Check Only Unsuccessful Devices", "-", "Clear Target Part", "Remove"}));
         QCOMPARE(menuTexts(menuFor(page, {0, 2}).get()),
                  QStringList({"Show Output...", "Open Output Logs", "-", "Open Corvane With Devices", "-",
                               "Run Job on Devices", "-", "Probe Adapters", "Detect Target Parts", "-",
-                              "Select All", "Select", "Deselect", "Deselect All", "-", "Clear Target Parts",
-                              "Remove"}));
+                              "Select All", "Select", "Deselect", "Deselect All",
+                              "Check Only Unsuccessful Devices", "-", "Clear Target Parts", "Remove"}));
         SettingsUtil::setSetting(Settings::loggingGroup, Settings::loggingEnabledKey, false);
         const std::unique_ptr<QMenu> menu = menuFor(page, {0, 2});
         QCOMPARE(menuTexts(menu.get()).mid(0, 3),
                  QStringList({"Show Output...", "-", "Open Corvane With Devices"}));
-        QCOMPARE(menu->actions().size(), 16);
+        QCOMPARE(menu->actions().size(), 17);
     }
 
     void entriesDoTheirWork()

@@ -50,14 +50,6 @@ class TestHardening : public QObject, private DevicePage
     // Puts the environment back when the class is done; TMPDIR is its temporary folder.
     SimulatorSession session{QByteArray()};
 
-    void useFleet(const QByteArray& yaml)
-    {
-        QFile file(session.filePath(QStringLiteral("hardening-fleet.yaml")));
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write(yaml);
-        qputenv("CORVANE_SIM_FLEET", QFile::encodeName(file.fileName()));
-    }
-
     static void addDevices(BulkOperationsWidget& page, const QStringList& serials)
     {
         for (const QString& serial : serials)
@@ -115,7 +107,7 @@ private slots:
                                  TestEnvironment::simulatorPath());
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::processTimeoutSecondsKey, 1);
         SettingsUtil::setSetting(Settings::loggingGroup, Settings::loggingEnabledKey, false);
-        useFleet("adapters: [{serial: 801002345}, {serial: 801002346}, {serial: 801017733}]\n");
+        useFleet(session, "adapters: [{serial: 801002345}, {serial: 801002346}, {serial: 801017733}]\n");
     }
 
     // Probe, detection and discovery end, and say so, whatever the tool does; a process that never
@@ -123,6 +115,7 @@ private slots:
     void deviceOperationsWithAMisbehavingTool()
     {
         useFleet(
+            session,
             "adapters:\n"
             "  - {serial: 801002345, part: KM32G101F512, faults: [{effect: hang}]}\n"
             "  - {serial: 801002346, part: KM32G101F256, faults: [{effect: crash}]}\n"
@@ -148,8 +141,8 @@ private slots:
         QCOMPARE(column(page, DeviceNicknameColumn), QStringList({"", "", "", "", "bench-dual"}));
 
         // A search that hangs is reported like any failed search; the other one still adds its rows.
-        useFleet("faults: [{command: list-usb, effect: hang}]\n"
-                 "adapters: [{serial: 803110042, usb: false, ip: 192.0.2.21}]\n");
+        useFleet(session, "faults: [{command: list-usb, effect: hang}]\n"
+                          "adapters: [{serial: 803110042, usb: false, ip: 192.0.2.21}]\n");
         child<QPushButton>(page, "deviceSelectorDiscoverButton")->click();
         QVERIFY(page.deviceSelectorOperationRunning());
         QTRY_VERIFY_WITH_TIMEOUT(!page.deviceSelectorOperationRunning(), 10000);
@@ -164,7 +157,8 @@ private slots:
     // UTF-8 or starts slowly.
     void jobRunWithAMisbehavingTool()
     {
-        useFleet("adapters:\n"
+        useFleet(session,
+                 "adapters:\n"
                  "  - {serial: 801002345, faults: [{command: batch, effect: hang, step: 2}]}\n"
                  "  - {serial: 801002346, faults: [{command: batch, effect: non_utf8}]}\n"
                  "  - {serial: 801017733, faults: [{command: batch, effect: slow_start, delay_ms: 300}]}\n");
@@ -189,14 +183,14 @@ private slots:
         const int lines = qEnvironmentVariableIntValue("HARNWICK_FLOOD_LINES") > 0
                               ? qEnvironmentVariableIntValue("HARNWICK_FLOOD_LINES")
                               : 600000; // about 20 MB; HARNWICK_FLOOD_LINES=3000000 gives the 100 MB figures
-        useFleet(
-            QStringLiteral("adapters:\n"
-                           "  - serial: 801002345\n    faults: [{command: batch, effect: flood, step: 2, "
-                           "lines: %1}, {command: batch, effect: fail, step: 2, exit_code: 5}]\n"
-                           "  - serial: 801002346\n    faults: [{command: batch, effect: flood, step: 3, "
-                           "lines: 1000}]\n")
-                .arg(lines)
-                .toUtf8());
+        useFleet(session, QStringLiteral(
+                              "adapters:\n"
+                              "  - serial: 801002345\n    faults: [{command: batch, effect: flood, step: 2, "
+                              "lines: %1}, {command: batch, effect: fail, step: 2, exit_code: 5}]\n"
+                              "  - serial: 801002346\n    faults: [{command: batch, effect: flood, step: 3, "
+                              "lines: 1000}]\n")
+                              .arg(lines)
+                              .toUtf8());
         BulkOperationsWidget page;
         addDevices(page, {"801002345", "801002346"});
         addWaits(page, 3);

@@ -1,127 +1,166 @@
-#include "simulatorprocess.h"
+#include "batchutil.h"
+#include "forkedprocess.h"
 #include "testenvironment.h"
 #include "testregistry.h"
 
 #include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
 
 #include <memory>
 #include <vector>
 
-namespace {
-
-const QString ListUsb = QStringLiteral("adapter list --noconnect --json");
-
-} // namespace
-
+// The device and job tests read the simulator's replies, faults and batch runs through the program;
+// what they cannot see is whether the simulator itself stays strict, records every call and keeps a
+// job's time limit. A simulator broken in those ways would let them pass for the wrong reason.
 class TestSimulatorCommands : public QObject
 {
     Q_OBJECT
 
+    QTemporaryDir dir;
+
+    // Starts the simulator with a fleet file (its built-in fleet when empty), no simulated waiting
+    // and every call recorded in dir.
+    std::unique_ptr<ForkedProcess> start(const QStringList& arguments, const QByteArray& fleet = {})
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("CORVANE_SIM_SPEED", "0");
+        environment.insert("CORVANE_SIM_RECORD", dir.filePath("record.jsonl"));
+        environment.remove("CORVANE_SIM_FLEET");
+        if (!fleet.isEmpty()) {
+            QFile file(dir.filePath("fleet.yaml"));
+            if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+                file.write(fleet);
+            environment.insert("CORVANE_SIM_FLEET", file.fileName());
+        }
+        auto process = std::make_unique<ForkedProcess>();
+        process->setProcessEnvironment(environment);
+        process->start(TestEnvironment::simulatorPath(), arguments);
+        return process;
+    }
+
+    std::unique_ptr<ForkedProcess> run(const QStringList& arguments, const QByteArray& fleet = {})
+    {
+        auto process = start(arguments, fleet);
+        if (!process->waitForFinished(30000))
+            process->kill();
+        return process;
+    }
+
+    // A one-device job bundle written with the program's own writer.
+    QString writeBundle(const QList<QMap<QString, QVariant>>& steps)
+    {
+        BatchUtil::DeviceEntry device;
+        device.serialNumber = 801002345;
+        device.connectionType = BatchUtil::Usb;
+        const QString path = dir.filePath("job.hwj");
+        return BatchUtil().bundleWrite(path, steps, {device}, true, "SWD", 4000, {}) ? path : QString();
+    }
+
 private slots:
-    void usageAndFleetErrors_data();
-    void usageAndFleetErrors();
-    void adaptersThatAreNotThere();
-    void everyInvocationIsRecorded();
-};
+    void init() { QFile::remove(dir.filePath("record.jsonl")); }
 
-void TestSimulatorCommands::usageAndFleetErrors_data()
-{
-    QTest::addColumn<QString>("command");
-    QTest::addColumn<QString>("fleet");
-    QTest::addColumn<QString>("complaint");
-    const auto row = [](const char* name, const char* command, const char* fleet, const char* complaint) {
-        QTest::newRow(name) << QString(command) << QString(fleet) << QString(complaint);
-    };
-    row("help", "batch -h", "", "");
-    row("nothing", "", "", "usage");
-    row("unknown command", "adapter reset --json", "", "adapter reset");
-    row("unknown option", "gui --serialno 801002345 --x", "", "--x");
-    row("serial and ip", "gui --serialno 801002345 --ip 192.0.2.20", "", "--ip");
-    row("parameter without colon", "batch job.hwj --serialno 801002345 --parameter port", "", "port");
-    row("bad timeout", "batch job.hwj --serialno 801002345 --timeout soon", "", "soon");
-    // A broken fleet fails every command, the executable check included.
-    row("unknown key", "batch -h", "adapters: [{serial: 801002345, nick: a}]", "unknown key 'nick'");
-    row("serial too wide", "batch -h", "adapters: [{serial: 4294967296}]", "4294967296");
-    row("duplicate serial", "batch -h", "adapters: [{serial: 801002345}, {serial: 801002345}]", "twice");
-    row("unknown effect", "batch -h", "faults: [{effect: explode}]", "unknown effect 'explode'");
-    row("not yaml", "batch -h", "adapters: [\n", "fleet file");
-}
+    void refusesWhatTheToolWouldRefuse_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QByteArray>("fleet");
+        QTest::addColumn<QString>("complaint");
+        QTest::newRow("unknown option") << "gui --serialno 801002345 --x" << QByteArray() << "--x";
+        QTest::newRow("serial and ip")
+            << "gui --serialno 801002345 --ip 192.0.2.20" << QByteArray() << "--ip";
+        QTest::newRow("bad timeout") << "batch job.hwj --serialno 801002345 --timeout soon" << QByteArray()
+                                     << "soon";
+        // A mistyped fleet fails every command instead of quietly leaving out a fault.
+        QTest::newRow("unknown fleet key")
+            << "batch -h" << QByteArray("adapters: [{serial: 801002345, nick: a}]") << "unknown key 'nick'";
+        QTest::newRow("unknown effect")
+            << "batch -h" << QByteArray("faults: [{effect: explode}]") << "unknown effect 'explode'";
+    }
 
-void TestSimulatorCommands::usageAndFleetErrors()
-{
-    QFETCH(QString, command);
-    QFETCH(QString, fleet);
-    QFETCH(QString, complaint);
-    QTemporaryDir dir;
-    SimulatorProcess simulator(dir.path());
-    if (!fleet.isEmpty())
-        simulator.setFleet(fleet);
-    const auto outcome = simulator.runLine(command);
-    if (complaint.isEmpty()) {
-        QCOMPARE(outcome.exitCode, 0);
-        QVERIFY(outcome.stdoutData.contains("adapter probe --json"));
-    } else {
+    void refusesWhatTheToolWouldRefuse()
+    {
+        QFETCH(QString, command);
+        QFETCH(QByteArray, fleet);
+        QFETCH(QString, complaint);
+        const auto process = run(command.split(' '), fleet);
         // Errors go to standard error only, so they never pass for a reply.
-        QCOMPARE(outcome.exitCode, 2);
-        QVERIFY(outcome.stdoutData.isEmpty());
-        QVERIFY2(outcome.stderrData.startsWith("corvane-sim: ") &&
-                     outcome.stderrData.contains(complaint.toUtf8()),
-                 outcome.stderrData.constData());
+        QCOMPARE(process->exitCode(), 2);
+        QCOMPARE(process->readAllStandardOutput(), QByteArray());
+        const QByteArray error = process->readAllStandardError();
+        QVERIFY2(error.startsWith("corvane-sim: ") && error.contains(complaint.toUtf8()), error.constData());
     }
-}
 
-// The device page's tests run discovery, probing and detection on the built-in fleet and on fleet
-// files; what they never ask for is an adapter that is not there.
-void TestSimulatorCommands::adaptersThatAreNotThere()
-{
-    QTemporaryDir dir;
-    const SimulatorProcess simulator(dir.path());
-    // A network-only adapter is not found over USB, nor an unknown address anywhere.
-    for (const QStringList& address :
-         {QStringList{"--serialno", "803110042"}, QStringList{"--ip", "192.0.2.99"}}) {
-        const auto missing = simulator.run(QStringList{"adapter", "probe", "--json"} + address);
-        QCOMPARE(missing.exitCode, 1);
-        QCOMPARE(missing.json().value("success"), QJsonValue(false));
-        QVERIFY(missing.json().value("error").toString().contains(address.at(1)));
-    }
-    QCOMPARE(simulator.runLine("gui --ip 192.0.2.21").exitCode, 0);
-    QCOMPARE(simulator.runLine("gui --serialno 123456789").exitCode, 1);
-}
+    void everyInvocationIsRecorded()
+    {
+        run({"batch", "-h"});
+        run({"gui", "--ip", "192.0.2.21"});
+        run({"frobnicate", "a b"});
+        // Processes running side by side, as in a job run, each leave one whole line.
+        std::vector<std::unique_ptr<ForkedProcess>> processes;
+        for (int i = 0; i < 8; ++i)
+            processes.push_back(
+                start({"adapter", "probe", "--json", "--serialno", QString::number(801002345 + i)}));
+        for (auto& process : processes)
+            QVERIFY(process->waitForFinished(30000));
 
-void TestSimulatorCommands::everyInvocationIsRecorded()
-{
-    QTemporaryDir dir;
-    const SimulatorProcess simulator(dir.path());
-    simulator.runLine("batch -h");
-    simulator.runLine(ListUsb + " --net");
-    simulator.runLine("gui --ip 192.0.2.21");
-    simulator.run({"frobnicate", "a b"});
-    // Processes running side by side each leave one whole line.
-    std::vector<std::unique_ptr<ForkedProcess>> processes;
-    for (int i = 0; i < 8; ++i) {
-        processes.push_back(std::make_unique<ForkedProcess>());
-        processes.back()->setProcessEnvironment(simulator.environment());
-        processes.back()->start(TestEnvironment::simulatorPath(),
-                                {"adapter", "probe", "--json", "--serialno", QString::number(801002345 + i)});
+        QFile file(dir.filePath("record.jsonl"));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QStringList commands;
+        QSet<QString> probed;
+        QJsonArray invalid;
+        for (const QByteArray& line : file.readAll().split('\n')) {
+            const QJsonObject record = QJsonDocument::fromJson(line).object();
+            if (line.isEmpty())
+                continue;
+            QVERIFY2(!record.isEmpty(), line.constData());
+            commands << record.value("command").toString();
+            if (commands.last() == "probe")
+                probed.insert(record.value("arguments").toArray().last().toString());
+            if (commands.last() == "invalid")
+                invalid = record.value("arguments").toArray();
+        }
+        QCOMPARE(commands.mid(0, 4), QStringList({"usage", "gui", "invalid", "probe"}));
+        QCOMPARE(commands.size(), 11);
+        QCOMPARE(probed.size(), 8);
+        QCOMPARE(invalid, QJsonArray({"frobnicate", "a b"}));
     }
-    for (auto& process : processes)
-        QVERIFY(process->waitForFinished(30000));
 
-    const QList<QJsonObject> records = simulator.records();
-    QCOMPARE(records.size(), 12);
-    QStringList commands;
-    QSet<QString> probed;
-    for (const QJsonObject& record : records) {
-        commands.append(record.value("command").toString());
-        probed.insert(record.value("arguments").toArray().last().toString());
+    // Time is simulated: at speed 0 an hour of waiting costs nothing, and the limit still applies.
+    // Actions are numbered by their place in the job, disabled ones included, as the page counts them.
+    void timeLimitAndActionNumbers()
+    {
+        using Step = QMap<QString, QVariant>;
+        const Step halfAnHour{{"task", "wait"}, {"enabled", true}, {"duration_ms", 1800000}};
+        const QString bundle =
+            writeBundle({halfAnHour, {{"task", "log_device_info"}, {"enabled", false}}, halfAnHour});
+        const QStringList onSerial{"batch", bundle, "--serialno", "801002345", "--timeout"};
+        const auto inTime = run(onSerial + QStringList{"3700"});
+        QCOMPARE(inTime->exitCode(), 0);
+        const QString output = QString::fromUtf8(inTime->readAllStandardOutput());
+        const QRegularExpression running("^Running action (\\d+)", QRegularExpression::MultilineOption);
+        QStringList numbers;
+        for (auto match = running.globalMatch(output); match.hasNext();)
+            numbers << match.next().captured(1);
+        QCOMPARE(numbers, QStringList({"1", "3"}));
+        QVERIFY(output.contains("\nSkipping disabled action 2\n"));
+
+        const auto timedOut = run(onSerial + QStringList{"3000"});
+        QCOMPARE(timedOut->exitCode(), 4);
+        QVERIFY(timedOut->readAllStandardOutput().trimmed().endsWith(
+            "ERROR: Timed out after 3000 s during action 3."));
+
+        // A hanging action ends at the time limit instead of never.
+        const auto hung =
+            run(onSerial + QStringList{"30"}, "adapters:\n  - serial: 801002345\n    part: KM32G101F512\n"
+                                              "    faults: [{command: batch, effect: hang, step: 1}]\n");
+        QCOMPARE(hung->exitCode(), 4);
+        QVERIFY(
+            hung->readAllStandardOutput().trimmed().endsWith("ERROR: Timed out after 30 s during action 1."));
     }
-    QCOMPARE(commands.mid(0, 5), QStringList({"usage", "list-net", "gui", "invalid", "probe"}));
-    QCOMPARE(commands.count("probe"), 8);
-    QCOMPARE(probed.size(), 12);
-    QCOMPARE(records.at(3).value("arguments").toArray(), QJsonArray({"frobnicate", "a b"}));
-}
+};
 
 HARNWICK_TEST(TestSimulatorCommands)
 #include "tst_simulatorcommands.moc"
