@@ -251,10 +251,15 @@ void BulkOperationsWidget::showPendingStatusLines(const QHash<QString, QByteArra
     // Fitting the status column measures every row; fit it once for the whole refresh,
     // before control returns to the event loop, rather than once per changed row.
     deviceSelectorHoldColumnFits(true);
+    const int actionCount = jobRunEngine->enabledStepCount();
     for (auto it = lines.cbegin(); it != lines.cend(); ++it) {
         const int row = getDeviceIndexInModel(it.key());
-        if (row >= 0)
-            setDeviceStatusInfo(row, QString::fromLatin1(it.value()).trimmed(), QString(), QColor());
+        if (row < 0)
+            continue;
+        setDeviceStatusInfo(row, QString::fromLatin1(it.value()).trimmed(), QString(), QColor());
+        const JobDeviceRun* run = jobRunEngine->device(it.key());
+        if (run && run->state == JobDeviceState::Running)
+            deviceSelectorShowProgress(row, run->action, actionCount, JobExecution::linePercent(it.value()));
     }
     deviceSelectorHoldColumnFits(false);
     deviceSelectorResizeColumn(DeviceStatusColumn);
@@ -286,6 +291,7 @@ void BulkOperationsWidget::showJobDeviceOutcome(const JobDeviceRun& run)
     // Outcomes, like live lines, fit the status column on the next refresh: with many devices
     // finishing, fitting it for each would measure every row each time.
     deviceSelectorHoldColumnFits(true);
+    deviceSelectorShowProgress(row, 0, 0, -1);
     if (failed)
         setDeviceStatusError(
             row, tr("Job failed during action %1 (elapsed: %2)").arg(run.action).arg(elapsed), tooltip);

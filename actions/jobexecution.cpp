@@ -91,6 +91,20 @@ int lastRunningAction(const QByteArray& output)
     return action;
 }
 
+int linePercent(const QByteArray& line)
+{
+    const int sign = line.lastIndexOf('%');
+    if (sign <= 0)
+        return -1;
+    int start = sign;
+    while (start > 0 && start > sign - 3 && line.at(start - 1) >= '0' && line.at(start - 1) <= '9')
+        --start;
+    bool ok = false;
+    const int value = line.mid(start, sign - start).toInt(&ok);
+    return ok && value <= 100 && (start == 0 || line.at(start - 1) < '0' || line.at(start - 1) > '9') ? value
+                                                                                                      : -1;
+}
+
 JobDevice jobDeviceFromEntry(const BatchUtil::DeviceEntry& entry)
 {
     JobDevice device;

@@ -50,6 +50,10 @@ QString elapsedText(qint64 milliseconds);
 // The number of the last "Running action N" line, or -1 when none started.
 int lastRunningAction(const QByteArray& output);
 
+// The percentage a progress line reports ("Programming: 45%" gives 45), the last one
+// of the line when there are several; -1 when it reports none or one beyond 0 to 100.
+int linePercent(const QByteArray& line);
+
 // A device of a job bundle as a run sees it once the bundle is loaded: with no
 // connection stored, the first the table offers, USB.
 JobDevice jobDeviceFromEntry(const BatchUtil::DeviceEntry& entry);

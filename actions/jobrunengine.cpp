@@ -9,6 +9,8 @@
 #include <QTemporaryDir>
 #include <QTimer>
 
+#include <algorithm>
+
 // The run's messages are the page's own: they keep its translation context.
 namespace {
 
@@ -311,6 +313,13 @@ JobRunCounts JobRunEngine::counts() const
         }
     }
     return counts;
+}
+
+int JobRunEngine::enabledStepCount() const
+{
+    return int(std::count_if(steps.cbegin(), steps.cend(), [](const QMap<QString, QVariant>& step) {
+        return step.value(QStringLiteral("enabled")).toBool();
+    }));
 }
 
 qint64 JobRunEngine::elapsedMs() const

@@ -111,6 +111,8 @@ public:
     const QVector<JobDeviceRun>& devices() const { return runs; }
     const JobDeviceRun* device(const QString& id) const;
     JobRunCounts counts() const;
+    // How many of the job's steps are enabled: the n of "action k of n".
+    int enabledStepCount() const;
     // Milliseconds since the current or last run started, until it ended.
     qint64 elapsedMs() const;
     // The folder holding the run's job bundle; empty when no run is on.

@@ -240,6 +240,8 @@ private:
     void deviceSelectorResizeColumns();
     void deviceSelectorResizeColumn(int column);
     void deviceSelectorHoldColumnFits(bool hold);
+    // The thin progress indication in a running device's status cell; hidden when action is 0.
+    void deviceSelectorShowProgress(int deviceIndex, int action, int actionCount, int percent);
     QList<JobDevice> deviceSelectorJobDevices(const QList<int>& rows) const;
 
     QCheckBox* deviceSelectorDiscoverUsbCheckBox = nullptr;

@@ -56,10 +56,30 @@ void BulkOperationsWidget::clearDeviceStatus(int deviceIndex)
         deviceSelectorModel ? deviceSelectorModel->item(deviceIndex, DeviceStatusColumn) : nullptr;
     if (!item)
         return;
+    deviceSelectorShowProgress(deviceIndex, 0, 0, -1);
     item->setText(QString());
     item->setToolTip(QString());
     item->setIcon(QIcon());
     clearRowColor(deviceIndex);
+}
+
+void BulkOperationsWidget::deviceSelectorShowProgress(int deviceIndex, int action, int actionCount,
+                                                      int percent)
+{
+    QStandardItem* item =
+        deviceSelectorModel ? deviceSelectorModel->item(deviceIndex, DeviceStatusColumn) : nullptr;
+    if (!item)
+        return;
+    const bool shown = action > 0 && actionCount > 0;
+    // Set only when it changes: each change repaints the row.
+    const auto set = [item](int role, const QVariant& value) {
+        if (item->data(role) != value)
+            item->setData(value, role);
+    };
+    set(FlashingRowStyleDelegate::ProgressActionRole, shown ? QVariant(action) : QVariant());
+    set(FlashingRowStyleDelegate::ProgressActionCountRole, shown ? QVariant(actionCount) : QVariant());
+    set(FlashingRowStyleDelegate::ProgressPercentRole,
+        shown && percent >= 0 ? QVariant(percent) : QVariant());
 }
 
 void BulkOperationsWidget::deviceSelectorFlashRow(int deviceIndex, const QColor& color)

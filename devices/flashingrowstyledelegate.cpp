@@ -48,6 +48,7 @@ void FlashingRowStyleDelegate::paint(QPainter* painter, const QStyleOptionViewIt
 {
     if (option.state & QStyle::State_Selected) {
         QStyledItemDelegate::paint(painter, option, index);
+        paintProgress(painter, option, index);
         return;
     }
 
@@ -57,6 +58,7 @@ void FlashingRowStyleDelegate::paint(QPainter* painter, const QStyleOptionViewIt
     const QVariant fade = index.data(FlashFadeRole);
     if (!start.isValid() || !color.isValid() || !hold.isValid() || !fade.isValid()) {
         QStyledItemDelegate::paint(painter, option, index);
+        paintProgress(painter, option, index);
         return;
     }
 
@@ -86,6 +88,36 @@ void FlashingRowStyleDelegate::paint(QPainter* painter, const QStyleOptionViewIt
     const QWidget* widget = option.widget;
     QStyle* style = widget ? widget->style() : QApplication::style();
     style->drawControl(QStyle::CE_ItemViewItem, &itemOption, painter, widget);
+    paintProgress(painter, option, index);
+}
+
+void FlashingRowStyleDelegate::paintProgress(QPainter* painter, const QStyleOptionViewItem& option,
+                                             const QModelIndex& index) const
+{
+    const int count = index.data(ProgressActionCountRole).toInt();
+    const int action = index.data(ProgressActionRole).toInt();
+    if (count <= 0 || action <= 0)
+        return;
+    // Palette colours only, so the indication follows light and dark themes.
+    const QPalette& palette = view ? view->palette() : option.palette;
+    painter->save();
+    const QRect rect = option.rect.adjusted(2, 0, -4, -1);
+    const int percent =
+        index.data(ProgressPercentRole).isValid() ? index.data(ProgressPercentRole).toInt() : -1;
+    if (percent >= 0) {
+        const QRect track(rect.left(), rect.bottom() - 2, rect.width(), 3);
+        QColor trackColor = palette.color(QPalette::Mid);
+        trackColor.setAlpha(90);
+        painter->fillRect(track, trackColor);
+        painter->fillRect(QRect(track.left(), track.top(), track.width() * qBound(0, percent, 100) / 100, 3),
+                          palette.color(QPalette::Highlight));
+    }
+    QFont font = option.font;
+    font.setPointSizeF(font.pointSizeF() * 0.85);
+    painter->setFont(font);
+    painter->setPen(palette.color(QPalette::PlaceholderText));
+    painter->drawText(rect, Qt::AlignRight | Qt::AlignVCenter, tr("action %1 of %2").arg(action).arg(count));
+    painter->restore();
 }
 
 void FlashingRowStyleDelegate::onTick()

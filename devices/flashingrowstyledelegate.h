@@ -26,6 +26,17 @@ public:
         FlashFadeRole = Qt::UserRole + 103   // int, ms of fading after the hold
     };
 
+    // Item data roles of a running job's progress, set on a device's status item:
+    // the action it runs, how many actions the job has, and the percentage of the
+    // latest line (-1 when the line carries none). Drawn as a thin indication
+    // under the status text; nothing is drawn while the action count is not set.
+    enum ProgressRole
+    {
+        ProgressActionRole = Qt::UserRole + 110,
+        ProgressActionCountRole = Qt::UserRole + 111,
+        ProgressPercentRole = Qt::UserRole + 112
+    };
+
     static constexpr int HoldMs = 5000;
     static constexpr int FadeMs = 2000;
     static constexpr int RepaintIntervalMs = 16;
@@ -46,6 +57,7 @@ public:
 
 private:
     void onTick();
+    void paintProgress(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const;
 
     mutable bool flashPainted = false;
     // When the earliest painted flash next changes colour (ms since the epoch).

@@ -816,6 +816,13 @@ Corvane-Programm, das nicht läuft).</translation>
     </message>
 </context>
 <context>
+    <name>FlashingRowStyleDelegate</name>
+    <message>
+        <source>action %1 of %2</source>
+        <translation>Aktion %1 von %2</translation>
+    </message>
+</context>
+<context>
     <name>JobChecks</name>
     <message>
         <source>Action %1 has no type: choose one or remove it.</source>

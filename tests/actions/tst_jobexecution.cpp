@@ -113,6 +113,26 @@ private slots:
         QCOMPARE(lines.constLast(), QStringLiteral("ERROR: Verify failed at 0x00008000"));
     }
 
+    void linePercents_data()
+    {
+        QTest::addColumn<QByteArray>("line");
+        QTest::addColumn<int>("percent");
+        QTest::newRow("programming") << QByteArray("Programming: 45%") << 45;
+        QTest::newRow("full") << QByteArray("Verifying: 100%") << 100;
+        QTest::newRow("last of two") << QByteArray("Erasing: 100%, Programming: 7%") << 7;
+        QTest::newRow("none") << QByteArray("Resetting target") << -1;
+        QTest::newRow("sign alone") << QByteArray("load at % rate") << -1;
+        QTest::newRow("beyond a hundred") << QByteArray("Retries: 250%") << -1;
+        QTest::newRow("longer number") << QByteArray("Block 12345%") << -1;
+    }
+
+    void linePercents()
+    {
+        QFETCH(QByteArray, line);
+        QFETCH(int, percent);
+        QCOMPARE(JobExecution::linePercent(line), percent);
+    }
+
     void reportFields_data()
     {
         QTest::addColumn<QString>("text");

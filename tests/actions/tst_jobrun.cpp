@@ -293,6 +293,10 @@ private slots:
             QCOMPARE(flashColor(page, row), CORPORATE_YELLOW);
         }
         QCOMPARE(page.processRunner()->runningTaskCount(), 1);
+        // The running device's cell shows which of the job's actions it runs.
+        const QStandardItem* running = model(page)->item(0, DeviceStatusColumn);
+        QTRY_COMPARE(running->data(FlashingRowStyleDelegate::ProgressActionRole).toInt(), 1);
+        QCOMPARE(running->data(FlashingRowStyleDelegate::ProgressActionCountRole).toInt(), 1);
         QTest::qWait(300);
         QVERIFY(!button->isEnabled());
         QCOMPARE(button->text(), QStringLiteral("Abort"));
@@ -301,6 +305,7 @@ private slots:
         // Measured on the real process, which waited 1.5 s.
         QVERIFY2(matches(QStringLiteral("DONE \\(elapsed: \\d+\\.\\d\\d s\\)"), status(page, 0)),
                  qPrintable(status(page, 0)));
+        QVERIFY(!running->data(FlashingRowStyleDelegate::ProgressActionCountRole).isValid());
         QCOMPARE(batchInvocations().size(), 1);
         QCOMPARE(button->text(), QStringLiteral("Run"));
         QCOMPARE(button->toolTip(), QStringLiteral("Run batch job on selected devices"));

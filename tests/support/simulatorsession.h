@@ -56,9 +56,17 @@ public:
     QString recordPath() const { return dir.filePath(QStringLiteral("record.jsonl")); }
     // Where run folders land; empty again once every run has cleaned up.
     QString temporaryFolder() const { return dir.filePath(QStringLiteral("tmp")); }
+    // What the program left in the temporary folder. A simulator ended mid-job cannot remove
+    // its own folder ("corvane-sim-..."); that one is the tool's, not the program's.
     QStringList runFolders() const
     {
-        return QDir(temporaryFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden);
+        QStringList left =
+            QDir(temporaryFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden);
+        left.erase(std::remove_if(
+                       left.begin(), left.end(),
+                       [](const QString& name) { return name.startsWith(QLatin1String("corvane-sim-")); }),
+                   left.end());
+        return left;
     }
 
     static void setSpeed(const char* factor) { qputenv("CORVANE_SIM_SPEED", factor); }
