@@ -295,7 +295,8 @@ private slots:
         QCOMPARE(page.processRunner()->runningTaskCount(), 1);
         // The running device's cell shows which of the job's actions it runs.
         const QStandardItem* running = model(page)->item(0, DeviceStatusColumn);
-        QTRY_COMPARE(running->data(FlashingRowStyleDelegate::ProgressActionRole).toInt(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(running->data(FlashingRowStyleDelegate::ProgressActionRole).toInt(), 1,
+                                  30000);
         QCOMPARE(running->data(FlashingRowStyleDelegate::ProgressActionCountRole).toInt(), 1);
         QTest::qWait(300);
         QVERIFY(!button->isEnabled());
