@@ -129,7 +129,9 @@ void removeStaleStagingFolders(const QString& folder)
         return;
     }
     const time_t cutoff = std::time(nullptr) - 60 * 60;
-    while (const dirent* entry = ::readdir(entries)) {
+    // The 64-bit entry reader: a 32-bit program on a 64-bit kernel (an ARM build under emulation) gets
+    // directory offsets the plain one cannot hold, and it stops at the first entry with an error.
+    while (const dirent64* entry = ::readdir64(entries)) {
         const char* name = entry->d_name;
         if (std::strncmp(name, StagingPrefix, sizeof StagingPrefix - 1) != 0)
             continue;
@@ -144,7 +146,7 @@ void removeStaleStagingFolders(const QString& folder)
             ::close(stale);
             continue;
         }
-        while (const dirent* file = ::readdir(contents))
+        while (const dirent64* file = ::readdir64(contents))
             ::unlinkat(stale, file->d_name, 0);
         ::closedir(contents);
         ::unlinkat(parent, name, AT_REMOVEDIR);
