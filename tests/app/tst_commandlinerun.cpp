@@ -297,10 +297,18 @@ private slots:
             20000);
         InterruptWatcher watcher;
         QVERIFY(watcher.isWatching());
-        const Outcome outcome = run({"--run", slow, "--no-logs"}, [&watcher](CommandLineRun& run) {
+        // Once the first device's tool is under way (it has recorded its call), Ctrl+C, then SIGTERM.
+        QTimer poll;
+        int raised = 0;
+        connect(&poll, &QTimer::timeout, this, [this, &raised] {
+            if (raised == 0 && !session.batchInvocations().isEmpty())
+                std::raise(raised = SIGINT);
+            else if (raised == SIGINT)
+                std::raise(raised = SIGTERM);
+        });
+        const Outcome outcome = run({"--run", slow, "--no-logs"}, [&watcher, &poll](CommandLineRun& run) {
             connect(&watcher, &InterruptWatcher::interrupted, &run, &CommandLineRun::interrupt);
-            QTimer::singleShot(300, [] { std::raise(SIGINT); });
-            QTimer::singleShot(600, [] { std::raise(SIGTERM); });
+            poll.start(200);
         });
         QCOMPARE(outcome.exitCode, 1);
         QVERIFY2(outcome.err.contains(QStringLiteral("Press Ctrl+C again")) &&
