@@ -7,6 +7,8 @@
 //   page_bench stream     100 devices streaming 5,000 lines each: longest event-loop gap
 //   page_bench start      MainWindow constructed to first paint
 //   page_bench scale      1,000-adapter discovery, resident memory, save and load of a large job
+//   page_bench soak [N]   N jobs (default 300) of 32 devices in one page: memory, descriptors,
+//                         threads and temporary files after the first job and after the last
 
 #include "../../tests/support/simulatorrecord.h"
 #include "../../tests/support/usersandbox.h"
@@ -15,6 +17,8 @@
 #include "bulkoperationswidget.h"
 #include "corvaneprocessrunner.h"
 #include "corvanereplies.h"
+#include "flashingrowstyledelegate.h"
+#include "jobrunengine.h"
 #include "mainwindow.h"
 #include "settingsutil.h"
 
@@ -40,6 +44,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <malloc.h>
 #include <sys/resource.h>
 
 namespace {
@@ -427,6 +433,78 @@ int scale()
 
 } // namespace
 
+// A number from /proc/self/status ("VmRSS", "Threads"), or -1.
+double processStatus(const char* key)
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    const QByteArray prefix = QByteArray(key) + ':';
+    for (const QByteArray& line : status.readAll().split('\n'))
+        if (line.startsWith(prefix))
+            return line.mid(prefix.size()).simplified().split(' ').value(0).toDouble();
+    return -1;
+}
+
+double entriesIn(const QString& folder)
+{
+    return QDir(folder)
+        .entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System)
+        .size();
+}
+
+// A bench runs all day: whatever a job run holds on to shows up as growth between the first
+// job and the last.
+int soak(int jobs)
+{
+    const int devices = 32;
+    writeFleet(devices, QByteArray());
+    setConcurrency(8);
+    const QString runTemp = sandboxFile(QStringLiteral("soak-tmp"));
+    QDir().mkpath(runTemp);
+    qputenv("TMPDIR", QFile::encodeName(runTemp));
+
+    BulkOperationsWidget page;
+    page.resize(1400, 900);
+    page.show();
+    addDevices(page, devices);
+    addAction(page, BulkAction::LogDeviceInfo);
+    QEventLoop loop;
+    QObject::connect(page.jobRun(), &JobRunEngine::runFinished, &loop, &QEventLoop::quit);
+    const auto runJob = [&] {
+        runButton(page)->click();
+        if (page.jobRun()->isRunning())
+            loop.exec();
+        if (page.jobRun()->counts().done != devices)
+            fail(QStringLiteral("%1 of %2 devices done").arg(page.jobRun()->counts().done).arg(devices));
+    };
+    const auto sample = [&](bool end) {
+        // Row flashes end a few seconds after a run; let them go, as a bench's pauses would.
+        QTimer::singleShot(FlashingRowStyleDelegate::HoldMs + FlashingRowStyleDelegate::FadeMs + 200, &loop,
+                           &QEventLoop::quit);
+        loop.exec();
+        figure(end ? "soak_end_resident" : "soak_start_resident", processStatus("VmRSS"), "KiB");
+        // Freed memory the allocator keeps for later is not growth: the same figure after it is given back.
+        malloc_trim(0);
+        figure(end ? "soak_end_resident_trimmed" : "soak_start_resident_trimmed", processStatus("VmRSS"),
+               "KiB");
+        figure(end ? "soak_end_descriptors" : "soak_start_descriptors",
+               entriesIn(QStringLiteral("/proc/self/fd")), "");
+        figure(end ? "soak_end_threads" : "soak_start_threads", processStatus("Threads"), "");
+        figure(end ? "soak_end_temporary_files" : "soak_start_temporary_files", entriesIn(runTemp), "");
+    };
+    runJob();
+    sample(false);
+    QElapsedTimer clock;
+    clock.start();
+    for (int job = 1; job < jobs; ++job)
+        runJob();
+    figure("soak_jobs", jobs, "");
+    figure("soak_ms_per_job", clock.elapsed() / double(qMax(1, jobs - 1)), "ms");
+    sample(true);
+    return 0;
+}
+
 int main(int argc, char** argv)
 {
     // Settings, HOME and run folders live in a throw-away folder, never the user's.
@@ -466,6 +544,8 @@ int main(int argc, char** argv)
         return start();
     if (mode == QLatin1String("scale"))
         return scale();
-    std::fprintf(stderr, "usage: page_bench overhead|stream|start|scale\n");
+    if (mode == QLatin1String("soak"))
+        return soak(argc > 2 ? std::max(2, std::atoi(argv[2])) : 300);
+    std::fprintf(stderr, "usage: page_bench overhead|stream|start|scale|soak [jobs]\n");
     return 2;
 }
