@@ -195,6 +195,24 @@ double runXargs(const QList<QStringList>& commands, int parallel)
     return clock.nsecsElapsed() / 1e6;
 }
 
+// A folder of the sandbox where the page's run folders go (TMPDIR).
+QString runFolder(const QString& name)
+{
+    const QString folder = sandboxFile(name);
+    QDir().mkpath(folder);
+    qputenv("TMPDIR", QFile::encodeName(folder));
+    return folder;
+}
+
+// The page on screen with `devices` checked rows and a device info action.
+void showWithDevices(BulkOperationsWidget& page, int devices)
+{
+    page.resize(1400, 900);
+    page.show();
+    addDevices(page, devices);
+    addAction(page, BulkAction::LogDeviceInfo);
+}
+
 int overhead()
 {
     const int devices = 500, parallel = 16;
@@ -202,15 +220,10 @@ int overhead()
     setConcurrency(parallel);
     const QString recordPath = sandboxFile(QStringLiteral("record.jsonl"));
     qputenv("CORVANE_SIM_RECORD", QFile::encodeName(recordPath));
-    const QString runTemp = sandboxFile(QStringLiteral("tmp"));
-    QDir().mkpath(runTemp);
-    qputenv("TMPDIR", QFile::encodeName(runTemp));
+    const QString runTemp = runFolder(QStringLiteral("tmp"));
 
     BulkOperationsWidget page;
-    page.resize(1400, 900);
-    page.show();
-    addDevices(page, devices);
-    addAction(page, BulkAction::LogDeviceInfo);
+    showWithDevices(page, devices);
     setWait(addAction(page, BulkAction::Wait), QStringLiteral("0"));
     QApplication::processEvents();
 
@@ -460,15 +473,10 @@ int soak(int jobs)
     const int devices = 32;
     writeFleet(devices, QByteArray());
     setConcurrency(8);
-    const QString runTemp = sandboxFile(QStringLiteral("soak-tmp"));
-    QDir().mkpath(runTemp);
-    qputenv("TMPDIR", QFile::encodeName(runTemp));
+    const QString runTemp = runFolder(QStringLiteral("soak-tmp"));
 
     BulkOperationsWidget page;
-    page.resize(1400, 900);
-    page.show();
-    addDevices(page, devices);
-    addAction(page, BulkAction::LogDeviceInfo);
+    showWithDevices(page, devices);
     QEventLoop loop;
     QObject::connect(page.jobRun(), &JobRunEngine::runFinished, &loop, &QEventLoop::quit);
     const auto runJob = [&] {
