@@ -4,6 +4,7 @@
 #include "deviceselectorcolumns.h"
 #include "devicetable.h"
 #include "dynamiccombobox.h"
+#include "jobchecks.h"
 #include "jobrunengine.h"
 
 #include <QComboBox>
@@ -20,12 +21,17 @@ QList<BatchUtil::DeviceEntry> BulkOperationsWidget::jobDeviceEntriesFromTable() 
 
 JobRunRequest BulkOperationsWidget::jobOnPage()
 {
+    return jobOnPage(actionSelectorRows());
+}
+
+JobRunRequest BulkOperationsWidget::jobOnPage(const QList<JobCheckAction>& actions)
+{
     JobRunRequest job;
     job.bundleDevices = jobDeviceEntriesFromTable();
     job.debugOptionsApplied = debugConnectionGroupBox->isChecked();
     job.debugInterface = debugInterfaceComboBox->currentText();
     job.debugSpeed = debugSpeedComboBox->currentData(Qt::UserRole).toInt();
-    job.steps = getTasksFromActionsList(job.variableNames);
+    job.steps = JobChecks::stepsOf(actions, job.variableNames);
     return job;
 }
 

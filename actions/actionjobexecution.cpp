@@ -58,7 +58,9 @@ void BulkOperationsWidget::deviceSelectorRunJobOnHighlightedDevices()
 
 void BulkOperationsWidget::runJob(const QList<int>& rows)
 {
-    JobRunRequest request = jobOnPage();
+    // The editor pages are read once: for the steps and for the checks.
+    const QList<JobCheckAction> actions = actionSelectorRows();
+    JobRunRequest request = jobOnPage(actions);
     request.devices = deviceSelectorJobDevices(rows);
     // What can be known before anything starts is said once, here, not after minutes of flashing on
     // every board. Only devices that can be run are checked.
@@ -67,7 +69,7 @@ void BulkOperationsWidget::runJob(const QList<int>& rows)
     for (const JobDevice& device : qAsConst(request.devices))
         if (!JobExecution::deviceSpecificArguments(device, {}, context).first.isEmpty())
             runnable << device;
-    const QString problem = JobChecks::firstProblem(actionSelectorRows(), runnable, context);
+    const QString problem = JobChecks::firstProblem(actions, runnable, context);
     if (!problem.isEmpty()) {
         emit errorEncountered(problem);
         return;
@@ -83,6 +85,8 @@ void BulkOperationsWidget::runJob(const QList<int>& rows)
                 .arg(QDir::toNativeSeparators(changed)));
         return;
     }
+    // The guard has just read every file: the report takes those hashes rather than reading them again.
+    request.fileHashes = jobFileGuard.hashes();
     request.logging = loggingIsEnabled();
     request.logDirectory = Settings::logFileDirectory();
     request.timeoutSeconds = Settings::processTimeoutSeconds();

@@ -5,7 +5,6 @@
 #include "hexspinbox.h"
 #include "jobchecks.h"
 #include "jobsteps.h"
-#include "jobvariables.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -117,14 +116,5 @@ QList<JobCheckAction> BulkOperationsWidget::actionSelectorRows()
 
 QList<QMap<QString, QVariant>> BulkOperationsWidget::getTasksFromActionsList(QStringList& variableNames)
 {
-    // Actions whose type was never chosen produce no step.
-    QList<QMap<QString, QVariant>> steps;
-    for (const JobCheckAction& action : actionSelectorRows()) {
-        if (!action.typed)
-            continue;
-        steps.append(action.step);
-        if (action.enabled)
-            JobVariables::collectVariableNames(action.step, variableNames);
-    }
-    return steps;
+    return JobChecks::stepsOf(actionSelectorRows(), variableNames);
 }

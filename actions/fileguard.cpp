@@ -8,17 +8,17 @@ void FileGuard::remember(const QStringList& paths)
 {
     for (const QString& path : paths)
         if (QFileInfo(path).isFile())
-            hashes.insert(path, RunReport::sha256OfFile(path));
+            known.insert(path, RunReport::sha256OfFile(path));
 }
 
 QString FileGuard::firstChanged(const QStringList& paths)
 {
     for (const QString& path : paths) {
         const QString now = RunReport::sha256OfFile(path);
-        const auto known = hashes.constFind(path);
-        if (known == hashes.cend())
-            hashes.insert(path, now);
-        else if (*known != now)
+        const auto remembered = known.constFind(path);
+        if (remembered == known.cend())
+            known.insert(path, now);
+        else if (*remembered != now)
             return path;
     }
     return QString();

@@ -15,7 +15,9 @@ public:
     // The first of the files whose content differs from what was remembered for it;
     // files not remembered yet are remembered now. Empty when nothing changed.
     QString firstChanged(const QStringList& paths);
+    // Path → SHA-256 of every file remembered.
+    const QHash<QString, QString>& hashes() const { return known; }
 
 private:
-    QHash<QString, QString> hashes;
+    QHash<QString, QString> known;
 };

@@ -99,9 +99,9 @@ QString emptyVariableProblem(const QList<JobCheckAction>& actions, const QList<J
     return QString();
 }
 
-// The files the step makes the tool read: the image to flash, and the adapter
-// firmware unless the adapter's own is installed.
-QStringList filesOf(const QMap<QString, QVariant>& step)
+} // namespace
+
+QStringList JobChecks::filesOfStep(const QMap<QString, QVariant>& step)
 {
     QStringList files;
     const QString image = QStringLiteral("image_file");
@@ -113,6 +113,8 @@ QStringList filesOf(const QMap<QString, QVariant>& step)
         files << step.value(firmware).toString();
     return files;
 }
+
+namespace {
 
 // The path with the built-in variables filled in for the device in one pass, so
 // that a value holding braces is not expanded again; empty when a placeholder
@@ -142,7 +144,7 @@ QString unreadableFileProblem(const QList<JobCheckAction>& actions, const QList<
     for (int i = 0; i < actions.size(); ++i) {
         if (!runs(actions.at(i)))
             continue;
-        for (const QString& path : filesOf(actions.at(i).step)) {
+        for (const QString& path : JobChecks::filesOfStep(actions.at(i).step)) {
             if (path.trimmed().isEmpty())
                 return QCoreApplication::translate("JobChecks", "Action %1 names no file.").arg(i + 1);
             QStringList candidates;
@@ -234,3 +236,17 @@ QString firstProblem(const QList<JobCheckAction>& actions, const QList<JobDevice
 }
 
 } // namespace JobChecks
+
+QList<QMap<QString, QVariant>> JobChecks::stepsOf(const QList<JobCheckAction>& actions,
+                                                  QStringList& variableNames)
+{
+    QList<QMap<QString, QVariant>> steps;
+    for (const JobCheckAction& action : actions) {
+        if (!action.typed)
+            continue;
+        steps.append(action.step);
+        if (action.enabled)
+            JobVariables::collectVariableNames(action.step, variableNames);
+    }
+    return steps;
+}

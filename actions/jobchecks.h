@@ -25,6 +25,14 @@ namespace JobChecks {
 // Whether a file a job uses can be read.
 using FileProbe = std::function<bool(const QString& path)>;
 
+// The files a step makes the tool read, as written: the image to flash, and the
+// adapter firmware unless the adapter's own is installed.
+QStringList filesOfStep(const QMap<QString, QVariant>& step);
+
+// Steps and the variables of the enabled ones from the rows of the action list:
+// rows without a type give no step.
+QList<QMap<QString, QVariant>> stepsOf(const QList<JobCheckAction>& actions, QStringList& variableNames);
+
 // The real probe: the path exists, is a regular file (links followed) and
 // opens for reading.
 bool readableFile(const QString& path);

@@ -125,8 +125,11 @@ bool JobRunEngine::start(const JobRunRequest& request)
                                  RunReport::sha256OfFile(bundle),
                                  {}};
         // Hashed as the run starts: what the devices get is what the report names.
-        for (const QString& file : RunReport::filesOfSteps(steps))
-            header.files.append({file, RunReport::sha256OfFile(file)});
+        for (const QString& file : RunReport::filesOfSteps(steps)) {
+            const auto known = request.fileHashes.constFind(file);
+            header.files.append(
+                {file, known != request.fileHashes.cend() ? *known : RunReport::sha256OfFile(file)});
+        }
         report = std::make_unique<RunReport>();
         if (report->open(request.reportPaths, header))
             reportPaths = report->paths();

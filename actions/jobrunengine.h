@@ -40,6 +40,8 @@ struct JobRunRequest
     bool executableValid = true;
     // Where the run's report is written as devices end; none when empty.
     QStringList reportPaths;
+    // SHA-256 of job files already read by the caller; others are read for the report.
+    QHash<QString, QString> fileHashes;
 };
 
 // Where a device of a run stands.

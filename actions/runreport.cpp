@@ -1,5 +1,6 @@
 #include "runreport.h"
 
+#include "jobchecks.h"
 #include "jobrunengine.h"
 
 #include <QCryptographicHash>
@@ -98,10 +99,7 @@ QStringList RunReport::filesOfSteps(const QList<QMap<QString, QVariant>>& steps)
     for (const auto& step : steps) {
         if (!step.value(QStringLiteral("enabled")).toBool())
             continue;
-        QStringList named{step.value(QStringLiteral("image_file")).toString()};
-        if (!step.value(QStringLiteral("use_default")).toBool())
-            named << step.value(QStringLiteral("emz_file")).toString();
-        for (const QString& path : named)
+        for (const QString& path : JobChecks::filesOfStep(step))
             if (!path.trimmed().isEmpty() && !path.contains(QStringLiteral("{{")) && !paths.contains(path))
                 paths << path;
     }

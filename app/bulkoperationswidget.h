@@ -223,6 +223,7 @@ public:
     void deviceSelectorEndRowBatch();
     // The job on the page as a bundle holds it: steps, variables, every row, debug options.
     JobRunRequest jobOnPage();
+    JobRunRequest jobOnPage(const QList<JobCheckAction>& actions);
 
 private:
     void setupDeviceSelectorBox();

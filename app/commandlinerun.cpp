@@ -130,22 +130,20 @@ int CommandLineRun::exec(const QStringList& arguments)
         return usageError(tr("No job bundle given: name one with --run BUNDLE.hwj."));
     if (parser.isSet(logDirOption) && parser.isSet(noLogsOption))
         return usageError(tr("--log-dir and --no-logs cannot be used together."));
-    int concurrency = 0;
-    if (parser.isSet(concurrencyOption)) {
-        concurrency = boundedNumber(parser.value(concurrencyOption), 1, maxConcurrency);
-        if (concurrency < 0)
-            return usageError(tr("--concurrency takes a whole number from 1 to %1, not \"%2\".")
-                                  .arg(maxConcurrency)
-                                  .arg(parser.value(concurrencyOption)));
-    }
-    int timeoutSeconds = Settings::processTimeoutSeconds();
-    if (parser.isSet(timeoutOption)) {
-        timeoutSeconds = boundedNumber(parser.value(timeoutOption), 1, maxTimeoutSeconds);
-        if (timeoutSeconds < 0)
-            return usageError(tr("--timeout takes a whole number of seconds from 1 to %1, not \"%2\".")
-                                  .arg(maxTimeoutSeconds)
-                                  .arg(parser.value(timeoutOption)));
-    }
+    // A number option within [1, high], else the given default; -1 when the value is not one.
+    const auto number = [&parser](const QString& option, int high, int absent) {
+        return parser.isSet(option) ? boundedNumber(parser.value(option), 1, high) : absent;
+    };
+    const int concurrency = number(concurrencyOption, maxConcurrency, 0);
+    if (concurrency < 0)
+        return usageError(tr("--concurrency takes a whole number from 1 to %1, not \"%2\".")
+                              .arg(maxConcurrency)
+                              .arg(parser.value(concurrencyOption)));
+    const int timeoutSeconds = number(timeoutOption, maxTimeoutSeconds, Settings::processTimeoutSeconds());
+    if (timeoutSeconds < 0)
+        return usageError(tr("--timeout takes a whole number of seconds from 1 to %1, not \"%2\".")
+                              .arg(maxTimeoutSeconds)
+                              .arg(parser.value(timeoutOption)));
 
     // The bundle, read as the window loads it.
     const QString shownPath = QDir::toNativeSeparators(bundlePath);
