@@ -1,7 +1,7 @@
 #include "corvaneprocessrunner.h"
 
-#include "forkedprocess.h"
 #include "settingsutil.h"
+#include "spawnedprocess.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -146,22 +146,18 @@ void CorvaneProcessRunner::startRemainingProcesses()
         const CorvaneProcessTask task = queue.takeFirst();
 
         auto state = std::make_unique<ProcessState>();
-        auto* forked = new ForkedProcess(this);
-        forked->setOwnProcessGroup(true);
-        state->process = forked;
+        auto* process = new SpawnedProcess(this);
+        process->setOwnProcessGroup(true);
+        state->process = process;
         state->id = task.id;
         state->arguments = task.arguments;
         state->timeout = task.timeout;
-        QProcess* process = state->process;
-        process->setProcessChannelMode(QProcess::SeparateChannels);
-        connect(process, &QProcess::readyReadStandardOutput, this,
+        connect(process, &SpawnedProcess::readyReadStandardOutput, this,
                 [this, process] { onStandardOutput(process); });
-        connect(process, &QProcess::readyReadStandardError, this,
+        connect(process, &SpawnedProcess::readyReadStandardError, this,
                 [this, process] { onStandardError(process); });
-        connect(process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this,
-                [this, process](int exitCode, QProcess::ExitStatus status) {
-                    onFinished(process, exitCode, status == QProcess::CrashExit);
-                });
+        connect(process, &SpawnedProcess::finished, this,
+                [this, process](int exitCode, bool crashed) { onFinished(process, exitCode, crashed); });
 
         // The timer runs from before the start, so a slow start counts too.
         if (task.timeout > 0) {
@@ -171,8 +167,9 @@ void CorvaneProcessRunner::startRemainingProcesses()
             state->timer->start(task.timeout);
         }
 
-        process->start(getExecutablePath(), task.arguments, QIODevice::ReadWrite);
-        if (!process->waitForStarted(5000)) {
+        // The start returns once the tool runs or has failed to: the wait is the kernel's
+        // own, well within the bound a start may take.
+        if (!process->start(getExecutablePath(), task.arguments)) {
             // The task is dropped without a signal; what is left in the queue
             // waits until another process finishes.
             process->disconnect(this);
@@ -186,7 +183,7 @@ void CorvaneProcessRunner::startRemainingProcesses()
 
         // The tool waits on its adapter most of the time; when many instances
         // print as fast as they can, the window must still get its turn.
-        forked->lowerPriority(childPriorityDecrease);
+        process->lowerPriority(childPriorityDecrease);
         running.push_back(std::move(state));
         emit processStarted(task.id);
 
@@ -200,7 +197,7 @@ void CorvaneProcessRunner::startRemainingProcesses()
     }
 }
 
-CorvaneProcessRunner::ProcessState* CorvaneProcessRunner::stateOf(const QProcess* process) const
+CorvaneProcessRunner::ProcessState* CorvaneProcessRunner::stateOf(const SpawnedProcess* process) const
 {
     for (const auto& state : running)
         if (state->process == process)
@@ -208,7 +205,7 @@ CorvaneProcessRunner::ProcessState* CorvaneProcessRunner::stateOf(const QProcess
     return nullptr;
 }
 
-void CorvaneProcessRunner::onStandardOutput(QProcess* process)
+void CorvaneProcessRunner::onStandardOutput(SpawnedProcess* process)
 {
     ProcessState* state = stateOf(process);
     const QByteArray chunk = process->readAllStandardOutput();
@@ -267,7 +264,7 @@ void CorvaneProcessRunner::emitLines(const QString& id, const QByteArray& chunk)
         emit processFeedback(id, line.trimmed().toUtf8());
 }
 
-void CorvaneProcessRunner::onStandardError(QProcess* process)
+void CorvaneProcessRunner::onStandardError(SpawnedProcess* process)
 {
     ProcessState* state = stateOf(process);
     const QByteArray chunk = process->readAllStandardError();
@@ -275,7 +272,7 @@ void CorvaneProcessRunner::onStandardError(QProcess* process)
         state->stderrData.append(chunk);
 }
 
-void CorvaneProcessRunner::onTimeout(QProcess* process)
+void CorvaneProcessRunner::onTimeout(SpawnedProcess* process)
 {
     if (ProcessState* state = stateOf(process))
         state->timedOut = true;
@@ -283,7 +280,7 @@ void CorvaneProcessRunner::onTimeout(QProcess* process)
     process->kill();
 }
 
-void CorvaneProcessRunner::onFinished(QProcess* process, int exitCode, bool crashed)
+void CorvaneProcessRunner::onFinished(SpawnedProcess* process, int exitCode, bool crashed)
 {
     // Every line reported so far comes before the end of any task.
     emitPendingLines();

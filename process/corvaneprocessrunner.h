@@ -5,7 +5,6 @@
 
 #include <QList>
 #include <QObject>
-#include <QProcess>
 
 #include <deque>
 #include <memory>
@@ -13,6 +12,7 @@
 #include <vector>
 
 class QTimer;
+class SpawnedProcess;
 
 // Runs queued Corvane invocations with bounded concurrency, all on the GUI
 // thread and driven by the processes' signals. Only a process start is ever
@@ -59,7 +59,7 @@ public slots:
 private:
     struct ProcessState
     {
-        QProcess* process = nullptr;
+        SpawnedProcess* process = nullptr;
         QString id;
         QStringList arguments;
         int timeout = 0;
@@ -75,11 +75,11 @@ private:
     };
 
     void startRemainingProcesses();
-    ProcessState* stateOf(const QProcess* process) const;
-    void onStandardOutput(QProcess* process);
-    void onStandardError(QProcess* process);
-    void onTimeout(QProcess* process);
-    void onFinished(QProcess* process, int exitCode, bool crashed);
+    ProcessState* stateOf(const SpawnedProcess* process) const;
+    void onStandardOutput(SpawnedProcess* process);
+    void onStandardError(SpawnedProcess* process);
+    void onTimeout(SpawnedProcess* process);
+    void onFinished(SpawnedProcess* process, int exitCode, bool crashed);
     void emitLines(const QString& id, const QByteArray& chunk);
     // Emits the lines of waiting chunks in arrival order; with a budget, stops
     // after the chunk that used it up.
