@@ -137,13 +137,25 @@ void BulkOperationsWidget::setupJobRunEngine()
         setOperation(PageOperation::RunningJob);
         clearErrorMessage();
         clearProcessStatuses(ids);
+        // Queued devices say so until they start; the status itself stays empty.
+        for (const QString& id : ids)
+            deviceSelectorShowPlaceholder(getDeviceIndexInModel(id), tr("Waiting"));
         showRunProgress(int(ids.size()));
         totalsTimer->start();
         showRunTotals();
     });
+    const auto noLongerWaiting = [this](const QString& id) {
+        deviceSelectorShowPlaceholder(getDeviceIndexInModel(id), QString());
+    };
+    connect(jobRunEngine, &JobRunEngine::deviceStarted, this, noLongerWaiting);
+    connect(jobRunEngine, &JobRunEngine::deviceAborted, this, noLongerWaiting);
     connect(jobRunEngine, &JobRunEngine::runFinished, this, [this] {
         totalsTimer->stop();
         showRunTotals();
+        // A device whose process never started keeps its empty status, but not a blank row.
+        for (const JobDeviceRun& run : jobRunEngine->devices())
+            if (run.state == JobDeviceState::NotStarted)
+                deviceSelectorShowPlaceholder(getDeviceIndexInModel(run.id), tr("Not started"));
     });
     connect(jobRunEngine, &JobRunEngine::deviceStarted, this, &BulkOperationsWidget::onMultiProcessStarted);
     connect(jobRunEngine, &JobRunEngine::deviceOutput, this,

@@ -243,6 +243,8 @@ private:
     void deviceSelectorHoldColumnFits(bool hold);
     // The thin progress indication in a running device's status cell; hidden when action is 0.
     void deviceSelectorShowProgress(int deviceIndex, int action, int actionCount, int percent);
+    // The muted word an empty status cell shows ("Waiting", "Not started"); empty for none.
+    void deviceSelectorShowPlaceholder(int deviceIndex, const QString& placeholder);
     QList<JobDevice> deviceSelectorJobDevices(const QList<int>& rows) const;
 
     QCheckBox* deviceSelectorDiscoverUsbCheckBox = nullptr;

@@ -57,6 +57,7 @@ void BulkOperationsWidget::clearDeviceStatus(int deviceIndex)
     if (!item)
         return;
     deviceSelectorShowProgress(deviceIndex, 0, 0, -1);
+    deviceSelectorShowPlaceholder(deviceIndex, QString());
     item->setText(QString());
     item->setToolTip(QString());
     item->setIcon(QIcon());
@@ -80,6 +81,15 @@ void BulkOperationsWidget::deviceSelectorShowProgress(int deviceIndex, int actio
     set(FlashingRowStyleDelegate::ProgressActionCountRole, shown ? QVariant(actionCount) : QVariant());
     set(FlashingRowStyleDelegate::ProgressPercentRole,
         shown && percent >= 0 ? QVariant(percent) : QVariant());
+}
+
+void BulkOperationsWidget::deviceSelectorShowPlaceholder(int deviceIndex, const QString& placeholder)
+{
+    QStandardItem* item =
+        deviceSelectorModel ? deviceSelectorModel->item(deviceIndex, DeviceStatusColumn) : nullptr;
+    const QVariant value = placeholder.isEmpty() ? QVariant() : QVariant(placeholder);
+    if (item && item->data(FlashingRowStyleDelegate::PlaceholderRole) != value)
+        item->setData(value, FlashingRowStyleDelegate::PlaceholderRole);
 }
 
 void BulkOperationsWidget::deviceSelectorFlashRow(int deviceIndex, const QColor& color)

@@ -48,7 +48,7 @@ void FlashingRowStyleDelegate::paint(QPainter* painter, const QStyleOptionViewIt
 {
     if (option.state & QStyle::State_Selected) {
         QStyledItemDelegate::paint(painter, option, index);
-        paintProgress(painter, option, index);
+        paintExtras(painter, option, index);
         return;
     }
 
@@ -58,7 +58,7 @@ void FlashingRowStyleDelegate::paint(QPainter* painter, const QStyleOptionViewIt
     const QVariant fade = index.data(FlashFadeRole);
     if (!start.isValid() || !color.isValid() || !hold.isValid() || !fade.isValid()) {
         QStyledItemDelegate::paint(painter, option, index);
-        paintProgress(painter, option, index);
+        paintExtras(painter, option, index);
         return;
     }
 
@@ -88,7 +88,34 @@ void FlashingRowStyleDelegate::paint(QPainter* painter, const QStyleOptionViewIt
     const QWidget* widget = option.widget;
     QStyle* style = widget ? widget->style() : QApplication::style();
     style->drawControl(QStyle::CE_ItemViewItem, &itemOption, painter, widget);
+    paintExtras(painter, option, index);
+}
+
+void FlashingRowStyleDelegate::paintExtras(QPainter* painter, const QStyleOptionViewItem& option,
+                                           const QModelIndex& index) const
+{
     paintProgress(painter, option, index);
+    paintPlaceholder(painter, option, index);
+}
+
+void FlashingRowStyleDelegate::paintPlaceholder(QPainter* painter, const QStyleOptionViewItem& option,
+                                                const QModelIndex& index) const
+{
+    const QString placeholder = index.data(PlaceholderRole).toString();
+    if (placeholder.isEmpty() || !index.data(Qt::DisplayRole).toString().isEmpty())
+        return;
+    const QPalette& palette = view ? view->palette() : option.palette;
+    painter->save();
+    QFont font = option.font;
+    font.setItalic(true);
+    painter->setFont(font);
+    painter->setPen(palette.color((option.state & QStyle::State_Selected) ? QPalette::HighlightedText
+                                                                          : QPalette::PlaceholderText));
+    const int margin =
+        option.widget ? option.widget->style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 1 : 4;
+    painter->drawText(option.rect.adjusted(margin, 0, -margin, 0), Qt::AlignLeft | Qt::AlignVCenter,
+                      placeholder);
+    painter->restore();
 }
 
 void FlashingRowStyleDelegate::paintProgress(QPainter* painter, const QStyleOptionViewItem& option,

@@ -37,6 +37,13 @@ public:
         ProgressPercentRole = Qt::UserRole + 112
     };
 
+    // A muted word drawn in a status cell whose text is empty, such as "Waiting" for a
+    // device queued behind the concurrency limit: the status itself stays empty.
+    enum StatusRole
+    {
+        PlaceholderRole = Qt::UserRole + 120
+    };
+
     static constexpr int HoldMs = 5000;
     static constexpr int FadeMs = 2000;
     static constexpr int RepaintIntervalMs = 16;
@@ -57,7 +64,11 @@ public:
 
 private:
     void onTick();
+    // What is drawn over the standard item: the progress indication and the placeholder.
+    void paintExtras(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const;
     void paintProgress(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const;
+    void paintPlaceholder(QPainter* painter, const QStyleOptionViewItem& option,
+                          const QModelIndex& index) const;
 
     mutable bool flashPainted = false;
     // When the earliest painted flash next changes colour (ms since the epoch).

@@ -286,6 +286,16 @@ private slots:
         QCOMPARE(button->text(), QStringLiteral("Abort"));
         QCOMPARE(button->toolTip(), QStringLiteral("Abort not yet started jobs"));
         QVERIFY(button->isEnabled() && !ActionPage::stack(page)->isEnabled());
+        // Queued devices read "Waiting" while their status stays empty; the started one does not.
+        const auto placeholder = [&](int row) {
+            return model(page)
+                ->item(row, DeviceStatusColumn)
+                ->data(FlashingRowStyleDelegate::PlaceholderRole)
+                .toString();
+        };
+        QCOMPARE(QStringList({placeholder(0), placeholder(1), placeholder(2)}),
+                 QStringList({QString(), QStringLiteral("Waiting"), QStringLiteral("Waiting")}));
+        QCOMPARE(status(page, 1), QString());
         button->click();
         for (int row : {1, 2}) {
             QCOMPARE(status(page, row), QStringLiteral("ABORTED"));

@@ -279,6 +279,12 @@ private slots:
             const QString actual = status(page, row);
             QVERIFY2(statuses[row].isEmpty() ? actual.isEmpty() : actual.startsWith(statuses[row]),
                      qPrintable(actual));
+            // A device that never started is not left as a blank row.
+            const QString placeholder = model(page)
+                                            ->item(row, DeviceStatusColumn)
+                                            ->data(FlashingRowStyleDelegate::PlaceholderRole)
+                                            .toString();
+            QCOMPARE(placeholder, actual.isEmpty() ? QStringLiteral("Not started") : QString());
         }
         QCOMPARE(flashColor(page, 2), CORPORATE_YELLOW);
 
