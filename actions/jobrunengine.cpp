@@ -22,6 +22,10 @@ JobRunEngine::JobRunEngine(CorvaneProcessRunner* runner, QObject* parent) : QObj
 {
     qRegisterMetaType<JobDeviceRun>();
     connect(&batchUtil, &BatchUtil::errorEncountered, this, &JobRunEngine::errorEncountered);
+    stallCheck = new QTimer(this);
+    stallCheck->setSingleShot(true);
+    stallCheck->setInterval(0);
+    connect(stallCheck, &QTimer::timeout, this, &JobRunEngine::endIfStalled);
 }
 
 // The run folder goes with the engine: a page closed mid-run leaves nothing behind.
@@ -115,6 +119,7 @@ bool JobRunEngine::start(const JobRunRequest& request)
     killing = false;
     finishedElapsedMs = 0;
     runTimer.start();
+    utcOffsetSeconds = QDateTime::currentDateTime().offsetFromUtc();
     steps = request.steps;
     report.reset();
     reportPaths.clear();
@@ -146,7 +151,7 @@ bool JobRunEngine::start(const JobRunRequest& request)
     connectRunner(true);
     runner->start();
     // A start failure leaves the queue waiting for a finish that never comes.
-    QTimer::singleShot(0, this, &JobRunEngine::endIfStalled);
+    stallCheck->start();
     return true;
 }
 
@@ -181,7 +186,7 @@ void JobRunEngine::onProcessStarted(const QString& id)
     if (!run)
         return;
     run->state = JobDeviceState::Running;
-    run->startedAt = QDateTime::currentDateTime();
+    run->startedAt = now();
     run->timer.start();
     emit deviceStarted(id);
 }
@@ -203,12 +208,12 @@ void JobRunEngine::onProcessFeedback(const QString& id, const QByteArray& line)
 void JobRunEngine::onTaskFinished(const CorvaneProcessResult& result)
 {
     // The runner starts the next queued process once this returns.
-    QTimer::singleShot(0, this, &JobRunEngine::endIfStalled);
+    stallCheck->start();
     JobDeviceRun* run = find(result.id);
     if (!run)
         return;
     run->elapsedMs = run->timer.isValid() ? run->timer.elapsed() : 0;
-    run->finishedAt = QDateTime::currentDateTime();
+    run->finishedAt = now();
     run->exitCode = result.exitCode;
     run->timedOut = result.timedOut;
     run->output = result.stdoutData;
@@ -257,6 +262,11 @@ void JobRunEngine::onAllTasksFinished()
     folder.reset();
     bundle.clear();
     emit runFinished();
+}
+
+QDateTime JobRunEngine::now() const
+{
+    return QDateTime::currentDateTimeUtc().toOffsetFromUtc(utcOffsetSeconds);
 }
 
 void JobRunEngine::endIfStalled()

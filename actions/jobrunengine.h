@@ -15,6 +15,7 @@
 
 class CorvaneProcessRunner;
 class QTemporaryDir;
+class QTimer;
 class RunReport;
 
 // Everything a job run needs, whoever starts it: the job as it is saved in a
@@ -154,6 +155,7 @@ private:
     void onTaskAborted(const QString& id);
     void onAllTasksFinished();
     void endIfStalled();
+    QDateTime now() const;
     JobDeviceRun* find(const QString& id);
     void connectRunner(bool connect);
 
@@ -170,6 +172,11 @@ private:
     QString bundle;
     QElapsedTimer runTimer;
     qint64 finishedElapsedMs = 0;
+    // The local time's offset from UTC as the run starts: devices' times carry it, since
+    // reading the local time zone for every start and end costs more than the device itself
+    // when the tool is quick. The moments stay exact across a change of daylight saving.
+    int utcOffsetSeconds = 0;
+    QTimer* stallCheck = nullptr;
 };
 
 Q_DECLARE_METATYPE(JobDeviceRun)

@@ -8,6 +8,7 @@
 #include "ziputil.h"
 
 #include <QHash>
+#include <QIcon>
 #include <QMap>
 #include <QPair>
 #include <QSet>
@@ -114,6 +115,10 @@ public slots:
     void deviceSelectorOpnTextChanged();
     void deviceSelectorOnConnectionTypeComboBoxOpened();
     void deviceSelectorFlashRow(int deviceIndex, const QColor& color);
+    // Sets the roles on every item of the row, telling the views once.
+    void deviceSelectorSetRowData(int deviceIndex, const QVector<QPair<int, QVariant>>& values);
+    // The outcome dots, read once: building an icon from its file decodes the image each time.
+    const QIcon& deviceSelectorStatusIcon(const QString& resource);
     void deviceSelectorOpenLogForHighlightedDevices();
     // The output the runner kept of each highlighted device's last run, in a viewer of its own.
     void deviceSelectorShowOutputOfHighlightedDevices();
@@ -247,6 +252,7 @@ private:
     void deviceSelectorShowPlaceholder(int deviceIndex, const QString& placeholder);
     QList<JobDevice> deviceSelectorJobDevices(const QList<int>& rows) const;
 
+    QHash<QString, QIcon> deviceSelectorStatusIcons;
     QCheckBox* deviceSelectorDiscoverUsbCheckBox = nullptr;
     QCheckBox* deviceSelectorDiscoverIpCheckBox = nullptr;
     ReloadButton<QPushButton>* deviceSelectorDiscoverButton = nullptr;

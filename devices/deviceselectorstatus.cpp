@@ -7,6 +7,7 @@
 
 #include <QDateTime>
 #include <QIcon>
+#include <QSignalBlocker>
 #include <QStandardItemModel>
 #include <QTimer>
 
@@ -30,9 +31,9 @@ void BulkOperationsWidget::setDeviceStatusInfo(int deviceIndex, const QString& s
         return;
     }
     if (color == CORPORATE_GREEN)
-        item->setIcon(QIcon(QStringLiteral(":/graphics/dot-green.png")));
+        item->setIcon(deviceSelectorStatusIcon(QStringLiteral(":/graphics/dot-green.png")));
     else if (color == CORPORATE_YELLOW)
-        item->setIcon(QIcon(QStringLiteral(":/graphics/dot-yellow.png")));
+        item->setIcon(deviceSelectorStatusIcon(QStringLiteral(":/graphics/dot-yellow.png")));
     deviceSelectorFlashRow(deviceIndex, color);
 }
 
@@ -46,7 +47,7 @@ void BulkOperationsWidget::setDeviceStatusError(int deviceIndex, const QString& 
     item->setText(tr("ERROR: %1").arg(status));
     item->setToolTip(tooltip);
     deviceSelectorResizeColumn(DeviceStatusColumn);
-    item->setIcon(QIcon(QStringLiteral(":/graphics/dot-red.png")));
+    item->setIcon(deviceSelectorStatusIcon(QStringLiteral(":/graphics/dot-red.png")));
     deviceSelectorFlashRow(deviceIndex, CORPORATE_RED);
 }
 
@@ -83,6 +84,14 @@ void BulkOperationsWidget::deviceSelectorShowProgress(int deviceIndex, int actio
         shown && percent >= 0 ? QVariant(percent) : QVariant());
 }
 
+const QIcon& BulkOperationsWidget::deviceSelectorStatusIcon(const QString& resource)
+{
+    auto it = deviceSelectorStatusIcons.find(resource);
+    if (it == deviceSelectorStatusIcons.end())
+        it = deviceSelectorStatusIcons.insert(resource, QIcon(resource));
+    return *it;
+}
+
 void BulkOperationsWidget::deviceSelectorShowPlaceholder(int deviceIndex, const QString& placeholder)
 {
     QStandardItem* item =
@@ -92,32 +101,45 @@ void BulkOperationsWidget::deviceSelectorShowPlaceholder(int deviceIndex, const 
         item->setData(value, FlashingRowStyleDelegate::PlaceholderRole);
 }
 
-void BulkOperationsWidget::deviceSelectorFlashRow(int deviceIndex, const QColor& color)
+void BulkOperationsWidget::deviceSelectorSetRowData(int deviceIndex,
+                                                    const QVector<QPair<int, QVariant>>& values)
 {
-    if (!deviceSelectorModel)
+    if (!deviceSelectorModel || deviceIndex < 0 || deviceIndex >= deviceSelectorModel->rowCount())
         return;
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    QVector<int> roles;
+    for (const auto& value : values)
+        roles << value.first;
+    // Each item would tell the views of each role on its own; a run's outcomes do this for
+    // every row, so the views hear of each item once. One notice per item, not one for the
+    // row: a view repaints all of itself for a notice that spans several items.
     for (int column = 0; column < deviceSelectorModel->columnCount(); ++column) {
         QStandardItem* item = deviceSelectorModel->item(deviceIndex, column);
         if (!item)
             continue;
-        item->setData(now, FlashingRowStyleDelegate::FlashStartRole);
-        item->setData(color, FlashingRowStyleDelegate::FlashColorRole);
-        item->setData(FlashingRowStyleDelegate::HoldMs, FlashingRowStyleDelegate::FlashHoldRole);
-        item->setData(FlashingRowStyleDelegate::FadeMs, FlashingRowStyleDelegate::FlashFadeRole);
+        {
+            const QSignalBlocker blocker(deviceSelectorModel);
+            for (const auto& value : values)
+                item->setData(value.second, value.first);
+        }
+        const QModelIndex index = item->index();
+        emit deviceSelectorModel->dataChanged(index, index, roles);
     }
+}
+
+void BulkOperationsWidget::deviceSelectorFlashRow(int deviceIndex, const QColor& color)
+{
+    deviceSelectorSetRowData(deviceIndex,
+                             {{FlashingRowStyleDelegate::FlashStartRole, QDateTime::currentMSecsSinceEpoch()},
+                              {FlashingRowStyleDelegate::FlashColorRole, color},
+                              {FlashingRowStyleDelegate::FlashHoldRole, FlashingRowStyleDelegate::HoldMs},
+                              {FlashingRowStyleDelegate::FlashFadeRole, FlashingRowStyleDelegate::FadeMs}});
     // The row is addressed by its number at the time of flashing: if rows move
     // meanwhile, whatever row then has that number loses its flash data.
     QTimer::singleShot(flashCleanupMs, this, [this, deviceIndex] {
-        for (int column = 0; column < deviceSelectorModel->columnCount(); ++column) {
-            QStandardItem* item = deviceSelectorModel->item(deviceIndex, column);
-            if (!item)
-                continue;
-            for (int role :
-                 {FlashingRowStyleDelegate::FlashStartRole, FlashingRowStyleDelegate::FlashColorRole,
-                  FlashingRowStyleDelegate::FlashHoldRole, FlashingRowStyleDelegate::FlashFadeRole})
-                item->setData(QVariant(), role);
-        }
+        deviceSelectorSetRowData(deviceIndex, {{FlashingRowStyleDelegate::FlashStartRole, QVariant()},
+                                               {FlashingRowStyleDelegate::FlashColorRole, QVariant()},
+                                               {FlashingRowStyleDelegate::FlashHoldRole, QVariant()},
+                                               {FlashingRowStyleDelegate::FlashFadeRole, QVariant()}});
     });
 }
 
@@ -132,11 +154,7 @@ void BulkOperationsWidget::setRowColor(int deviceIndex, const QColor& color)
 
 void BulkOperationsWidget::clearRowColor(int deviceIndex)
 {
-    if (!deviceSelectorModel)
-        return;
-    for (int column = 0; column < deviceSelectorModel->columnCount(); ++column)
-        if (QStandardItem* item = deviceSelectorModel->item(deviceIndex, column))
-            item->setData(QVariant(), Qt::BackgroundRole);
+    deviceSelectorSetRowData(deviceIndex, {{Qt::BackgroundRole, QVariant()}});
 }
 
 QColor BulkOperationsWidget::over(const QColor& a, const QColor& b, double t)
