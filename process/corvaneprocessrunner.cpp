@@ -30,6 +30,11 @@ constexpr int childPriorityDecrease = 10;
 constexpr int killGraceMs = 3000;
 // Time spent on waiting lines per turn of the event loop.
 constexpr qint64 pendingBudgetNs = 4 * 1000 * 1000;
+// Time spent starting processes per turn of the event loop: a Run with a hundred devices
+// at once would otherwise hold the window until the last one has started. The first few
+// start at once however slow the machine, as they always have.
+constexpr qint64 startBudgetNs = 8 * 1000 * 1000;
+constexpr int startsBeforeBudget = 8;
 
 bool isAscii(const QByteArray& bytes)
 {
@@ -47,6 +52,14 @@ CorvaneProcessRunner::CorvaneProcessRunner(QObject* parent) : QObject(parent)
     pendingTimer = new QTimer(this);
     pendingTimer->setInterval(0);
     connect(pendingTimer, &QTimer::timeout, this, [this] { emitPendingLines(pendingBudgetNs); });
+    resumeTimer = new QTimer(this);
+    resumeTimer->setSingleShot(true);
+    resumeTimer->setInterval(0);
+    connect(resumeTimer, &QTimer::timeout, this, [this] {
+        // Only what is still queued; the end of the run is reported where it happens.
+        if (!queue.isEmpty())
+            startRemainingProcesses();
+    });
 }
 
 CorvaneProcessRunner::~CorvaneProcessRunner()
@@ -141,7 +154,13 @@ void CorvaneProcessRunner::startRemainingProcesses()
     }
     if (int(running.size()) >= maxConcurrentProcesses)
         return;
+    // Starts already put off to the next turn wait for it, however many processes end meanwhile.
+    if (resumeTimer->isActive())
+        return;
 
+    QElapsedTimer clock;
+    clock.start();
+    int starts = 0;
     while (true) {
         const CorvaneProcessTask task = queue.takeFirst();
 
@@ -194,6 +213,10 @@ void CorvaneProcessRunner::startRemainingProcesses()
         }
         if (int(running.size()) >= maxConcurrentProcesses)
             return;
+        if (++starts >= startsBeforeBudget && clock.nsecsElapsed() > startBudgetNs) {
+            resumeTimer->start();
+            return;
+        }
     }
 }
 

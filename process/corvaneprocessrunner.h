@@ -98,4 +98,6 @@ private:
     std::deque<std::pair<QString, QByteArray>> pendingChunks;
     qint64 pendingBytes = 0;
     QTimer* pendingTimer = nullptr;
+    // Goes on with the starts in the next turn of the event loop once a turn's time is used up.
+    QTimer* resumeTimer = nullptr;
 };

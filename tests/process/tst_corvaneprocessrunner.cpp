@@ -176,6 +176,37 @@ private slots:
         QCOMPARE(running, 0);
     }
 
+    // A hundred at once: the starts go on over several turns of the event loop, still in queue
+    // order and within the limit, and the run ends once.
+    void manyStartsAtOnce()
+    {
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
+                                 script(QStringLiteral("quick"), QStringLiteral("echo \"$1\"\n")));
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 100);
+        CorvaneProcessRunner runner;
+        QStringList started, finished;
+        connect(&runner, &CorvaneProcessRunner::processStarted, this,
+                [&](const QString& id) { started << id; });
+        connect(&runner, &CorvaneProcessRunner::taskFinished, this, [&](const CorvaneProcessResult& result) {
+            QCOMPARE(result.stdoutData, result.id.toUtf8() + '\n');
+            finished << result.id;
+        });
+        QSignalSpy done(&runner, &CorvaneProcessRunner::allTasksFinished);
+        QStringList ids;
+        for (int i = 0; i < 120; ++i) {
+            ids << QString::number(801100000 + i);
+            runner.enqueueTask(task(ids.last(), {ids.last()}));
+        }
+        runner.start();
+        QVERIFY(runner.runningTaskCount() >= 8 && runner.runningTaskCount() <= 100);
+        QTRY_COMPARE_WITH_TIMEOUT(done.count(), 1, 60000);
+        QCOMPARE(started, ids);
+        finished.sort();
+        QCOMPARE(finished, ids);
+        QTest::qWait(50);
+        QCOMPARE(done.count(), 1);
+    }
+
     void feedbackLinesAndResults()
     {
         // One chunk with an empty line in the middle gives exactly two lines;

@@ -80,11 +80,15 @@ private slots:
         process.setOwnProcessGroup(true);
         const bool started = process.start(
             script(QStringLiteral("inspect"),
-                   QStringLiteral("for fd in 0 1 2 %1; do [ -e /proc/$$/fd/$fd ] && echo \"fd $fd\"; done\n"
-                                  "grep -E '^Sig(Blk|Ign)' /proc/$$/status\n"
-                                  "echo \"group $(cut -d' ' -f5 /proc/$$/stat) self $$\"\n"
-                                  "[ -p /proc/$$/fd/0 ] && echo 'stdin pipe'\n"
-                                  "echo oops >&2\n")
+                   QStringLiteral(
+                       "for fd in 0 1 2 %1; do [ -e /proc/$$/fd/$fd ] && echo \"fd $fd\"; done\n"
+                       // Read by the shell itself: while it starts a command it
+                       // blocks every signal for a moment.
+                       "while read -r key value; do case $key in SigBlk:|SigIgn:) echo \"$key\t$value\";; "
+                       "esac; done < /proc/$$/status\n"
+                       "echo \"group $(cut -d' ' -f5 /proc/$$/stat) self $$\"\n"
+                       "[ -p /proc/$$/fd/0 ] && echo 'stdin pipe'\n"
+                       "echo oops >&2\n")
                        .arg(stray)),
             {});
 
