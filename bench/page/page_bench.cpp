@@ -7,6 +7,9 @@
 //   page_bench stream     100 devices streaming 5,000 lines each: longest event-loop gap
 //   page_bench start      MainWindow constructed to first paint
 //   page_bench scale      1,000-adapter discovery, resident memory, save and load of a large job
+//   page_bench trivial [D [C]]  D devices (1,000) at concurrency C (16) with a tool that prints one
+//                         line: against xargs -P C, Run click, event-loop gaps, CPU per device
+//   page_bench paint      1,000 rows showing a running job's progress: cost of setting and painting it
 //   page_bench soak [N]   N jobs (default 300) of 32 devices in one page: memory, descriptors,
 //                         threads and temporary files after the first job and after the last
 
@@ -21,6 +24,7 @@
 #include "jobrunengine.h"
 #include "mainwindow.h"
 #include "settingsutil.h"
+#include "spawnedprocess.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -53,9 +57,9 @@ namespace {
 QString sandboxPath;
 constexpr int statusColumn = 6;
 
-void figure(const char* name, double value, const char* unit)
+void figure(const QByteArray& name, double value, const char* unit)
 {
-    std::printf("%s\t%.3f\t%s\n", name, value, unit);
+    std::printf("%s\t%.3f\t%s\n", name.constData(), value, unit);
     std::fflush(stdout);
 }
 
@@ -65,15 +69,15 @@ void fail(const QString& message)
     std::exit(1);
 }
 
-// CPU time (user and system) of this process alone, or of its ended children.
-double cpuMs(int who = RUSAGE_SELF)
+// CPU time (user and system, or only system) of this process alone, or of its ended children.
+double cpuMs(int who = RUSAGE_SELF, bool systemOnly = false)
 {
     rusage usage{};
     getrusage(who, &usage);
     const auto ms = [](const timeval& t) {
         return t.tv_sec * 1000.0 + t.tv_usec / 1000.0;
     };
-    return ms(usage.ru_utime) + ms(usage.ru_stime);
+    return (systemOnly ? 0.0 : ms(usage.ru_utime)) + ms(usage.ru_stime);
 }
 
 QString sandboxFile(const QString& name)
@@ -170,7 +174,8 @@ QString shellQuoted(const QString& text)
 }
 
 // The shell user's way: the same command lines through xargs, output into a file.
-double runXargs(const QList<QStringList>& commands, int parallel)
+double runXargs(const QList<QStringList>& commands, int parallel,
+                const QString& program = QStringLiteral(HARNWICK_SIMULATOR_PATH))
 {
     QByteArray lines;
     for (const QStringList& arguments : commands) {
@@ -187,9 +192,8 @@ double runXargs(const QList<QStringList>& commands, int parallel)
     xargs.setStandardErrorFile(sandboxFile(QStringLiteral("xargs-errors.txt")));
     QElapsedTimer clock;
     clock.start();
-    xargs.start(QStringLiteral("xargs"),
-                {QStringLiteral("-P"), QString::number(parallel), QStringLiteral("-L"), QStringLiteral("1"),
-                 QStringLiteral(HARNWICK_SIMULATOR_PATH)});
+    xargs.start(QStringLiteral("xargs"), {QStringLiteral("-P"), QString::number(parallel),
+                                          QStringLiteral("-L"), QStringLiteral("1"), program});
     if (!xargs.waitForFinished(600000) || xargs.exitCode() != 0)
         fail(QStringLiteral("xargs failed with %1").arg(xargs.exitCode()));
     return clock.nsecsElapsed() / 1e6;
@@ -275,6 +279,107 @@ int overhead()
     return 0;
 }
 
+// The longest stretch between two turns of the event loop while `loop` runs, watched with a
+// 5 ms timer; the first gap (the click itself) is left out.
+class GapWatch : public QObject
+{
+public:
+    qint64 longestNs = 0;
+    explicit GapWatch(QObject* parent = nullptr) : QObject(parent)
+    {
+        ticker.setTimerType(Qt::PreciseTimer);
+        ticker.setInterval(5);
+        connect(&ticker, &QTimer::timeout, this, [this] {
+            const qint64 gap = tick.nsecsElapsed();
+            tick.restart();
+            if (ticks++ > 0)
+                longestNs = std::max(longestNs, gap);
+        });
+    }
+    void start()
+    {
+        tick.start();
+        ticker.start();
+    }
+    void stop() { ticker.stop(); }
+
+private:
+    QTimer ticker;
+    QElapsedTimer tick;
+    int ticks = 0;
+};
+
+// What starting and following processes costs, with a tool that prints one line and ends:
+// the page against xargs -P on the same command lines, the time the Run click holds the
+// window and the longest event-loop gap after it, and the page's own CPU time per device.
+int trivial(int devices, int parallel)
+{
+    setConcurrency(parallel);
+    runFolder(QStringLiteral("tmp"));
+    const QString tool = QStringLiteral(HARNWICK_TRIVIAL_TOOL_PATH);
+    SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, tool);
+    const QString recordPath = sandboxFile(QStringLiteral("trivial-record.txt"));
+    qputenv("TRIVIAL_TOOL_RECORD", QFile::encodeName(recordPath));
+
+    BulkOperationsWidget page;
+    showWithDevices(page, devices);
+    QApplication::processEvents();
+    QEventLoop loop;
+    QObject::connect(page.jobRun(), &JobRunEngine::runFinished, &loop, &QEventLoop::quit);
+
+    // A first run records the command lines (and warms up the page).
+    runButton(page)->click();
+    if (page.jobRun()->isRunning())
+        loop.exec();
+    qunsetenv("TRIVIAL_TOOL_RECORD");
+    QList<QStringList> commands;
+    QFile record(recordPath);
+    if (record.open(QIODevice::ReadOnly))
+        for (const QByteArray& line : record.readAll().split('\n')) {
+            // The job's calls, not the check of the executable ("batch -h") or the part query.
+            const QStringList arguments = QString::fromUtf8(line).split(QChar(0x1f));
+            if (arguments.size() > 2 && arguments.at(1).endsWith(QLatin1String(".hwj")))
+                commands << arguments;
+        }
+    if (commands.size() != devices)
+        fail(QStringLiteral("%1 calls recorded, expected %2").arg(commands.size()).arg(devices));
+
+    // A profiler can attach here and see only the measured run.
+    if (qEnvironmentVariableIsSet("HARNWICK_BENCH_PAUSE")) {
+        std::fprintf(stderr, "page_bench: measuring in 3 s\n");
+        QTimer::singleShot(3000, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+    GapWatch gaps;
+    QElapsedTimer clock;
+    const double cpuBefore = cpuMs(), systemBefore = cpuMs(RUSAGE_SELF, true);
+    clock.start();
+    gaps.start();
+    runButton(page)->click();
+    const double clickMs = clock.nsecsElapsed() / 1e6;
+    if (page.jobRun()->isRunning())
+        loop.exec();
+    const double harnwickMs = clock.nsecsElapsed() / 1e6;
+    const double pageCpuMs = cpuMs() - cpuBefore;
+    const double pageSystemMs = cpuMs(RUSAGE_SELF, true) - systemBefore;
+    gaps.stop();
+    if (page.jobRun()->counts().done != devices)
+        fail(QStringLiteral("%1 of %2 devices done").arg(page.jobRun()->counts().done).arg(devices));
+
+    const double shellMs = runXargs(commands, parallel, tool);
+    const QByteArray prefix =
+        "trivial_" + QByteArray::number(devices) + "x" + QByteArray::number(parallel) + "_";
+    figure(prefix + "harnwick_ms", harnwickMs, "ms");
+    figure(prefix + "xargs_ms", shellMs, "ms");
+    figure(prefix + "ratio", harnwickMs / shellMs, "x");
+    figure(prefix + "page_cpu_per_device_ms", pageCpuMs / devices, "ms");
+    // The part of it spent in the kernel: starting, watching and reaping the processes.
+    figure(prefix + "page_system_cpu_per_device_ms", pageSystemMs / devices, "ms");
+    figure(prefix + "run_click_ms", clickMs, "ms");
+    figure(prefix + "longest_gap_ms", gaps.longestNs / 1e6, "ms");
+    return 0;
+}
+
 int stream()
 {
     const int devices = 100, lines = 5000;
@@ -332,7 +437,7 @@ int stream()
 
     // Abort leaves running processes alone; the pausing runs are this benchmark's own children.
     QObject::connect(page.processRunner(), &CorvaneProcessRunner::allTasksFinished, &loop, &QEventLoop::quit);
-    for (QProcess* process : page.processRunner()->findChildren<QProcess*>())
+    for (SpawnedProcess* process : page.processRunner()->findChildren<SpawnedProcess*>())
         process->kill();
     loop.exec();
     figure("stream_longest_gap_ms", longestGapNs / 1e6, "ms");
@@ -341,6 +446,43 @@ int stream()
     figure("stream_duration_ms", streamedMs, "ms");
     figure("stream_rows_show_last_line", complete ? 1 : 0, "bool");
     return complete ? 0 : 1;
+}
+
+// The running job's progress in every row of a 1,000-row table: what setting it costs per
+// refresh, and what a paint of the view costs with and without it. A paint draws only the
+// rows on screen, so neither should grow with the table.
+int paint()
+{
+    const int devices = 1000, paints = 50;
+    writeFleet(8, QByteArray());
+    BulkOperationsWidget page;
+    showWithDevices(page, devices);
+    QApplication::processEvents();
+    auto* view = page.findChild<QTreeView*>(QStringLiteral("deviceSelectorTreeView"));
+    QStandardItemModel* model = deviceModel(page);
+    const auto paintMs = [&] {
+        QElapsedTimer clock;
+        clock.start();
+        for (int i = 0; i < paints; ++i)
+            view->viewport()->repaint();
+        return clock.nsecsElapsed() / 1e6 / paints;
+    };
+    for (int row = 0; row < devices; ++row)
+        model->item(row, statusColumn)->setText(QStringLiteral("Programming: 45%"));
+    QApplication::processEvents();
+    figure("paint_1000_rows_text_ms", paintMs(), "ms");
+    QElapsedTimer clock;
+    clock.start();
+    for (int row = 0; row < devices; ++row) {
+        QStandardItem* item = model->item(row, statusColumn);
+        item->setData(2, FlashingRowStyleDelegate::ProgressActionRole);
+        item->setData(3, FlashingRowStyleDelegate::ProgressActionCountRole);
+        item->setData(45, FlashingRowStyleDelegate::ProgressPercentRole);
+    }
+    figure("progress_set_1000_rows_ms", clock.nsecsElapsed() / 1e6, "ms");
+    QApplication::processEvents();
+    figure("paint_1000_rows_progress_ms", paintMs(), "ms");
+    return 0;
 }
 
 class PaintWatcher : public QObject
@@ -552,8 +694,15 @@ int main(int argc, char** argv)
         return start();
     if (mode == QLatin1String("scale"))
         return scale();
+    if (mode == QLatin1String("paint"))
+        return paint();
+    if (mode == QLatin1String("trivial"))
+        return trivial(argc > 2 ? std::max(1, std::atoi(argv[2])) : 1000,
+                       argc > 3 ? std::max(1, std::atoi(argv[3])) : 16);
     if (mode == QLatin1String("soak"))
         return soak(argc > 2 ? std::max(2, std::atoi(argv[2])) : 300);
-    std::fprintf(stderr, "usage: page_bench overhead|stream|start|scale|soak [jobs]\n");
+    std::fprintf(
+        stderr,
+        "usage: page_bench overhead|stream|start|scale|paint|soak [jobs]|trivial [devices [concurrency]]\n");
     return 2;
 }
