@@ -561,6 +561,14 @@ automatisch anhand des gewählten Adapters anhängen.</translation>
         <source>The file &quot;%1&quot; has changed since the job was loaded or edited. Press Run again to use it as it is now.</source>
         <translation>Die Datei &quot;%1&quot; hat sich geändert, seit der Job geladen oder bearbeitet wurde. Drücken Sie erneut Starten, um sie so zu verwenden, wie sie jetzt ist.</translation>
     </message>
+    <message>
+        <source>Waiting</source>
+        <translation>Wartet</translation>
+    </message>
+    <message>
+        <source>Not started</source>
+        <translation>Nicht gestartet</translation>
+    </message>
 </context>
 <context>
     <name>CommandLineRun</name>
@@ -1026,6 +1034,25 @@ Corvane-Programm, das nicht läuft).</translation>
     <message>
         <source>Copy All</source>
         <translation>Alles kopieren</translation>
+    </message>
+</context>
+<context>
+    <name>SpawnedProcess</name>
+    <message>
+        <source>The process is already running.</source>
+        <translation>Der Prozess läuft bereits.</translation>
+    </message>
+    <message>
+        <source>%1 cannot be executed.</source>
+        <translation>%1 kann nicht ausgeführt werden.</translation>
+    </message>
+    <message>
+        <source>No pipe for the process: %1</source>
+        <translation>Keine Pipe für den Prozess: %1</translation>
+    </message>
+    <message>
+        <source>%1 could not be started: %2</source>
+        <translation>%1 konnte nicht gestartet werden: %2</translation>
     </message>
 </context>
 <context>
