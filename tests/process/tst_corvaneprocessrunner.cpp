@@ -18,12 +18,7 @@ class TestCorvaneProcessRunner : public QObject
 {
     Q_OBJECT
 
-    QTemporaryDir dir;
-
-    QString script(const QString& name, const QString& body)
-    {
-        return TestEnvironment::writeScript(dir.path(), name, body);
-    }
+    TestEnvironment::ScriptFolder dir;
 
     struct Run
     {
@@ -34,7 +29,7 @@ class TestCorvaneProcessRunner : public QObject
     // Runs one task of id "dev" on a script and collects its feedback lines and result.
     Run runOnce(const QString& name, const QString& body)
     {
-        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, script(name, body));
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, dir.script(name, body));
         CorvaneProcessRunner runner;
         Run run;
         connect(&runner, &CorvaneProcessRunner::processFeedback, this,
@@ -65,8 +60,8 @@ private slots:
 
     void settingsArePickedUpAtStart()
     {
-        const QString first = script(QStringLiteral("first"), QStringLiteral("echo first\n"));
-        const QString second = script(QStringLiteral("second"), QStringLiteral("echo second\n"));
+        const QString first = dir.script(QStringLiteral("first"), QStringLiteral("echo first\n"));
+        const QString second = dir.script(QStringLiteral("second"), QStringLiteral("echo second\n"));
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, first);
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 3);
 
@@ -153,7 +148,7 @@ private slots:
     {
         QFETCH(int, limit);
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
-                                 script(QStringLiteral("nap"), QStringLiteral("sleep 0.1\n")));
+                                 dir.script(QStringLiteral("nap"), QStringLiteral("sleep 0.1\n")));
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, limit);
         CorvaneProcessRunner runner;
         QStringList started;
@@ -181,7 +176,7 @@ private slots:
     void manyStartsAtOnce()
     {
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
-                                 script(QStringLiteral("quick"), QStringLiteral("echo \"$1\"\n")));
+                                 dir.script(QStringLiteral("quick"), QStringLiteral("echo \"$1\"\n")));
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 100);
         CorvaneProcessRunner runner;
         QStringList started, finished;
@@ -246,7 +241,7 @@ private slots:
             QVERIFY(file.open(QIODevice::WriteOnly) && file.write(text) == text.size());
             expected[QLatin1String(id)] = text.replace('\n', QByteArray());
         }
-        const QString exe = script(QStringLiteral("flood"), QStringLiteral("cat \"$1\"\n"));
+        const QString exe = dir.script(QStringLiteral("flood"), QStringLiteral("cat \"$1\"\n"));
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, exe);
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 2);
         CorvaneProcessRunner runner;
@@ -272,12 +267,12 @@ private slots:
     {
         // The script waits until its nice value has been lowered and reports it.
         const QString exe =
-            script(QStringLiteral("nicety"), QStringLiteral("for i in $(seq 50); do\n"
-                                                            "  n=$(cut -d' ' -f19 /proc/$$/stat)\n"
-                                                            "  [ \"$n\" != \"$2\" ] && break\n"
-                                                            "  sleep 0.1\n"
-                                                            "done\n"
-                                                            "echo \"$n\"\n"));
+            dir.script(QStringLiteral("nicety"), QStringLiteral("for i in $(seq 50); do\n"
+                                                                "  n=$(cut -d' ' -f19 /proc/$$/stat)\n"
+                                                                "  [ \"$n\" != \"$2\" ] && break\n"
+                                                                "  sleep 0.1\n"
+                                                                "done\n"
+                                                                "echo \"$n\"\n"));
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, exe);
         errno = 0;
         const int own = getpriority(PRIO_PROCESS, 0);
@@ -293,7 +288,8 @@ private slots:
 
     void timeoutKillsAndZeroTimeoutDoesNot()
     {
-        const QString exe = script(QStringLiteral("sleeper"), QStringLiteral("sleep \"$1\"\necho woke\n"));
+        const QString exe =
+            dir.script(QStringLiteral("sleeper"), QStringLiteral("sleep \"$1\"\necho woke\n"));
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, exe);
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 2);
         CorvaneProcessRunner runner;
@@ -318,7 +314,7 @@ private slots:
 
     void abortLeavesRunningTasksAlone()
     {
-        const QString exe = script(QStringLiteral("work"), QStringLiteral("sleep 0.3\n"));
+        const QString exe = dir.script(QStringLiteral("work"), QStringLiteral("sleep 0.3\n"));
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, exe);
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 2);
         CorvaneProcessRunner runner;

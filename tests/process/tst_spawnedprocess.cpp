@@ -23,12 +23,7 @@ class TestSpawnedProcess : public QObject
 {
     Q_OBJECT
 
-    QTemporaryDir dir;
-
-    QString script(const QString& name, const QString& body)
-    {
-        return TestEnvironment::writeScript(dir.path(), name, body);
-    }
+    TestEnvironment::ScriptFolder dir;
 
     struct Ended
     {
@@ -79,17 +74,18 @@ private slots:
         SpawnedProcess process;
         process.setOwnProcessGroup(true);
         const bool started = process.start(
-            script(QStringLiteral("inspect"),
-                   QStringLiteral(
-                       "for fd in 0 1 2 %1; do [ -e /proc/$$/fd/$fd ] && echo \"fd $fd\"; done\n"
-                       // Read by the shell itself: while it starts a command it
-                       // blocks every signal for a moment.
-                       "while read -r key value; do case $key in SigBlk:|SigIgn:) echo \"$key\t$value\";; "
-                       "esac; done < /proc/$$/status\n"
-                       "echo \"group $(cut -d' ' -f5 /proc/$$/stat) self $$\"\n"
-                       "[ -p /proc/$$/fd/0 ] && echo 'stdin pipe'\n"
-                       "echo oops >&2\n")
-                       .arg(stray)),
+            dir.script(
+                QStringLiteral("inspect"),
+                QStringLiteral(
+                    "for fd in 0 1 2 %1; do [ -e /proc/$$/fd/$fd ] && echo \"fd $fd\"; done\n"
+                    // Read by the shell itself: while it starts a command it
+                    // blocks every signal for a moment.
+                    "while read -r key value; do case $key in SigBlk:|SigIgn:) echo \"$key\t$value\";; "
+                    "esac; done < /proc/$$/status\n"
+                    "echo \"group $(cut -d' ' -f5 /proc/$$/stat) self $$\"\n"
+                    "[ -p /proc/$$/fd/0 ] && echo 'stdin pipe'\n"
+                    "echo oops >&2\n")
+                    .arg(stray)),
             {});
 
         sigprocmask(SIG_SETMASK, &oldMask, nullptr);
@@ -124,7 +120,7 @@ private slots:
     {
         SpawnedProcess crashing;
         QVERIFY(crashing.start(
-            script(QStringLiteral("crash"), QStringLiteral("echo before\nkill -SEGV $$\n")), {}));
+            dir.script(QStringLiteral("crash"), QStringLiteral("echo before\nkill -SEGV $$\n")), {}));
         QList<qint64> pids{crashing.processId()};
         Ended ended = collect(crashing);
         QVERIFY(ended.crashed);
@@ -208,9 +204,9 @@ private slots:
         const QStringList arguments{QStringLiteral("a b"), QStringLiteral("$HOME"), QStringLiteral("\"'*"),
                                     QString(), QStringLiteral("Prüfstand ä")};
         const bool started = process.start(
-            script(QStringLiteral("env"),
-                   QStringLiteral("echo ${#HARNWICK_TEST_BIG} $(env | grep -c '^HARNWICK_TEST_V')\n"
-                                  "for a in \"$@\"; do echo \"[$a]\"; done\n")),
+            dir.script(QStringLiteral("env"),
+                       QStringLiteral("echo ${#HARNWICK_TEST_BIG} $(env | grep -c '^HARNWICK_TEST_V')\n"
+                                      "for a in \"$@\"; do echo \"[$a]\"; done\n")),
             arguments);
         qunsetenv("HARNWICK_TEST_BIG");
         for (int i = 0; i < 200; ++i)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QTemporaryDir>
 
 // Paths and helpers shared by the tests. The test main points HOME, the XDG
 // folders and the settings store at a temporary folder before anything runs,
@@ -12,6 +13,21 @@ QString homePath();
 
 // Writes an executable shell script and returns its path.
 QString writeScript(const QString& directory, const QString& name, const QString& body);
+
+// A throw-away folder for the scripts that stand in for programs.
+class ScriptFolder
+{
+public:
+    QString script(const QString& name, const QString& body) const
+    {
+        return writeScript(dir.path(), name, body);
+    }
+    QString filePath(const QString& name) const { return dir.filePath(name); }
+    QString path() const { return dir.path(); }
+
+private:
+    QTemporaryDir dir;
+};
 
 // The device simulator built with the project, which stands in for the device tool;
 // HARNWICK_TEST_SIMULATOR names another program to use instead (a wrapper that
