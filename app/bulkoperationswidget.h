@@ -115,10 +115,6 @@ public slots:
     void deviceSelectorOpnTextChanged();
     void deviceSelectorOnConnectionTypeComboBoxOpened();
     void deviceSelectorFlashRow(int deviceIndex, const QColor& color);
-    // Sets the roles on every item of the row, telling the views once.
-    void deviceSelectorSetRowData(int deviceIndex, const QVector<QPair<int, QVariant>>& values);
-    // The outcome dots, read once: building an icon from its file decodes the image each time.
-    const QIcon& deviceSelectorStatusIcon(const QString& resource);
     void deviceSelectorOpenLogForHighlightedDevices();
     // The output the runner kept of each highlighted device's last run, in a viewer of its own.
     void deviceSelectorShowOutputOfHighlightedDevices();
@@ -250,6 +246,10 @@ private:
     void deviceSelectorShowProgress(int deviceIndex, int action, int actionCount, int percent);
     // The muted word an empty status cell shows ("Waiting", "Not started"); empty for none.
     void deviceSelectorShowPlaceholder(int deviceIndex, const QString& placeholder);
+    // Sets the roles on every item of the row, telling the views once per item.
+    void deviceSelectorSetRowData(int deviceIndex, const QVector<QPair<int, QVariant>>& values);
+    // The outcome dots, read once: building an icon from its file decodes the image each time.
+    const QIcon& deviceSelectorStatusIcon(const QString& resource);
     QList<JobDevice> deviceSelectorJobDevices(const QList<int>& rows) const;
 
     QHash<QString, QIcon> deviceSelectorStatusIcons;
