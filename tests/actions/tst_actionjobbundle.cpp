@@ -7,6 +7,7 @@
 #include "testregistry.h"
 
 #include <QCheckBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QRadioButton>
 #include <QTemporaryDir>
@@ -169,6 +170,19 @@ private slots:
         QCOMPARE(again.steps, saved.steps);
         QCOMPARE(again.devices, saved.devices);
         QCOMPARE((QVariantList{again.applied, again.tif, again.speed}), (QVariantList{true, "JTAG", 2000}));
+
+        // A bundle that cannot be read, or is not there, changes nothing on the page.
+        const QString broken = dir.filePath(QStringLiteral("broken.hwj"));
+        QVERIFY(BatchTestFiles::writeFile(broken, "PK\x03\x04 not an archive"));
+        target.loadBatchJob(broken);
+        QVERIFY(target.findChild<QLabel*>(QStringLiteral("errorLabel"))
+                    ->text()
+                    .startsWith(QStringLiteral("ERROR: ")));
+        target.loadBatchJob(dir.filePath(QStringLiteral("absent.hwj")));
+        QVERIFY(target.prepareBatchJobFile(second, variables));
+        const BatchTestFiles::Bundle kept = BatchTestFiles::readBundle(util, second);
+        QCOMPARE(kept.steps, again.steps);
+        QCOMPARE(kept.devices, again.devices);
 
         // A bundle that cannot be written makes the whole preparation fail.
         QVERIFY(!target.prepareBatchJobFile(dir.filePath(QStringLiteral("first.hwj/job.hwj")), variables));

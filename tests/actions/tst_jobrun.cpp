@@ -5,26 +5,17 @@
 #include "corvaneprocessrunner.h"
 #include "deviceselectorcolumns.h"
 #include "flashingrowstyledelegate.h"
-#include "forkedprocess.h"
-#include "hexspinbox.h"
 #include "settingsutil.h"
 #include "simulatorsession.h"
 #include "testenvironment.h"
 #include "testregistry.h"
 
-#include <QCheckBox>
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QLabel>
 #include <QLineEdit>
-#include <QProcess>
-#include <QRadioButton>
-#include <QRegularExpression>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTextStream>
 
@@ -48,8 +39,6 @@ class TestJobRun : public QObject, private DevicePage
 
     SimulatorSession session{SimulatorSession::faultyFleet()};
     const QString logDirectory = session.filePath(QStringLiteral("logs"));
-
-    QList<QStringList> batchInvocations() const { return session.batchInvocations(); }
 
     static void addDevices(BulkOperationsWidget& page, const QList<Device>& devices)
     {
@@ -80,26 +69,6 @@ class TestJobRun : public QObject, private DevicePage
         QCOMPARE(ActionPage::runButton(page)->text(), QStringLiteral("Run"));
     }
 
-    // Both YAML files of a bundle, as written.
-    static QString bundleContents(const QString& bundle)
-    {
-        QTemporaryDir into;
-        ForkedProcess unzip;
-        unzip.start(QStringLiteral("unzip"),
-                    {QStringLiteral("-q"), bundle, QStringLiteral("-d"), into.path()});
-        if (!unzip.waitForFinished(30000) || unzip.exitStatus() != QProcess::NormalExit ||
-            unzip.exitCode() != 0)
-            return QString();
-        QString contents;
-        for (const char* name : {"job-common.yaml", "devices.yaml"}) {
-            QFile file(into.filePath(QLatin1String(name)));
-            if (!file.open(QIODevice::ReadOnly))
-                return QString();
-            contents += QLatin1String(name) + QLatin1Char('\n') + QString::fromUtf8(file.readAll());
-        }
-        return contents;
-    }
-
 private slots:
     void init()
     {
@@ -110,35 +79,6 @@ private slots:
         SimulatorSession::setSpeed("0");
         session.clearRecord();
         QDir(logDirectory).removeRecursively();
-    }
-
-    void parallelRunWithinTheLimit()
-    {
-        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 2);
-        BulkOperationsWidget page;
-        addDevices(page, {{"801002345", "", "KM32G101F512", "bench-left"},
-                          {"801002346", "", "", "bench-right"},
-                          {"801017733", "", "", "rack-a1"},
-                          {"801017734", "", "", ""},
-                          {"801020001", "192.0.2.20", "", "bench-dual", true}});
-        addAction(page, BulkAction::Wait, "durationLineEdit", QStringLiteral("200"));
-        addAction(page, BulkAction::LogDeviceInfo);
-
-        int running = 0, peak = 0;
-        CorvaneProcessRunner* runner = page.processRunner();
-        connect(runner, &CorvaneProcessRunner::processStarted, this, [&] { peak = qMax(peak, ++running); });
-        connect(runner, &CorvaneProcessRunner::taskFinished, this, [&] { --running; });
-        runToEnd(page);
-        runner->disconnect(this);
-        QCOMPARE(peak, 2);
-        QCOMPARE(batchInvocations().size(), 5);
-        for (int row = 0; row < 5; ++row) {
-            QVERIFY2(matches(QStringLiteral("DONE \\(elapsed: %1\\)").arg(elapsed), status(page, row)),
-                     qPrintable(status(page, row)));
-            QCOMPARE(flashColor(page, row), CORPORATE_GREEN);
-        }
-        QVERIFY(ActionPage::stack(page)->isEnabled());
-        QCOMPARE(errorText(page), QString());
     }
 
     void batchArgumentsFromTheRecord()
@@ -161,12 +101,12 @@ private slots:
                  QStringLiteral("ERROR: Action 1 uses {{nickname}}, which is empty for 801017734: "
                                 "fill it in or uncheck those devices."));
         QCOMPARE(ActionPage::runButton(page)->text(), QStringLiteral("Run"));
-        QVERIFY(batchInvocations().isEmpty());
+        QVERIFY(session.batchInvocations().isEmpty());
         model(page)->item(1, DeviceNicknameColumn)->setText(QStringLiteral("rack-b2"));
 
         const QDateTime before = QDateTime::currentDateTime();
         runToEnd(page);
-        const QList<QStringList> runs = batchInvocations();
+        const QList<QStringList> runs = session.batchInvocations();
         QCOMPARE(runs.size(), 3);
         const QFileInfo bundle(runs[0].value(1));
         QVERIFY2(matches(QStringLiteral("bulk_operation_\\d{8}_\\d{6}\\.hwj"), bundle.fileName()),
@@ -200,7 +140,7 @@ private slots:
         session.clearRecord();
         SettingsUtil::setSetting(Settings::loggingGroup, Settings::loggingEnabledKey, false);
         runToEnd(page);
-        const QList<QStringList> quiet = batchInvocations();
+        const QList<QStringList> quiet = session.batchInvocations();
         QCOMPARE(quiet.size(), 3);
         for (const QStringList& arguments : quiet) {
             QVERIFY(!arguments.contains(QStringLiteral("--logfile")));
@@ -266,9 +206,9 @@ private slots:
                  QStringLiteral("ERROR: The file \"%1\" has changed since the job was loaded or "
                                 "edited. Press Run again to use it as it is now.")
                      .arg(image.fileName()));
-        QVERIFY(batchInvocations().isEmpty());
+        QVERIFY(session.batchInvocations().isEmpty());
         runToEnd(page);
-        QCOMPARE(batchInvocations().size(), 1);
+        QCOMPARE(session.batchInvocations().size(), 1);
         QVERIFY2(status(page, 0).startsWith(QStringLiteral("DONE")), qPrintable(status(page, 0)));
     }
 
@@ -317,7 +257,7 @@ private slots:
         QVERIFY2(matches(QStringLiteral("DONE \\(elapsed: \\d+\\.\\d\\d s\\)"), status(page, 0)),
                  qPrintable(status(page, 0)));
         QVERIFY(!running->data(FlashingRowStyleDelegate::ProgressActionCountRole).isValid());
-        QCOMPARE(batchInvocations().size(), 1);
+        QCOMPARE(session.batchInvocations().size(), 1);
         QCOMPARE(button->text(), QStringLiteral("Run"));
         QCOMPARE(button->toolTip(), QStringLiteral("Run batch job on selected devices"));
         QVERIFY(button->isEnabled() && ActionPage::stack(page)->isEnabled());
@@ -327,7 +267,7 @@ private slots:
         ActionPage::field<QLineEdit>(wait, BulkAction::Wait, "durationLineEdit")
             ->setText(QStringLiteral("0"));
         runToEnd(page);
-        QCOMPARE(batchInvocations().size(), 4);
+        QCOMPARE(session.batchInvocations().size(), 4);
         for (int row = 0; row < 3; ++row)
             QVERIFY2(status(page, row).startsWith(QStringLiteral("DONE (elapsed: ")),
                      qPrintable(status(page, row)));
@@ -356,7 +296,7 @@ private slots:
             QStringLiteral("ERROR: Cannot start job; the configured path does not point to a valid Corvane "
                            "executable. Please provide a valid path in the settings."));
         QCOMPARE(ActionPage::runButton(broken)->text(), QStringLiteral("Run"));
-        QVERIFY(batchInvocations().isEmpty());
+        QVERIFY(session.batchInvocations().isEmpty());
         // A refused run leaves no job bundle behind, and neither does a page closed mid-run.
         QCOMPARE(runFolders.entryList(QDir::Dirs | QDir::NoDotAndDotDot), foldersBefore);
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
@@ -395,7 +335,7 @@ private slots:
         page.saveBatchJob(bundle);
 
         runToEnd(page);
-        const QList<QStringList> window = batchInvocations();
+        const QList<QStringList> window = session.batchInvocations();
         session.clearRecord();
         QString out, err;
         QTextStream outStream(&out), errStream(&err);
@@ -405,7 +345,7 @@ private slots:
         QVERIFY2(out.contains(QStringLiteral("FAILED       192.0.2.22  lab-net-2  ")), qPrintable(out));
         QVERIFY2(status(page, 4).startsWith(QStringLiteral("ERROR: Job failed during action -1 ")),
                  qPrintable(status(page, 4)));
-        const QList<QStringList> commandLine = batchInvocations();
+        const QList<QStringList> commandLine = session.batchInvocations();
 
         QCOMPARE(window.size(), 4);
         QCOMPARE(commandLine.size(), window.size());
@@ -418,52 +358,6 @@ private slots:
         }
         QVERIFY(window[0].contains(QStringLiteral("Debug_Speed:4000")));
         QCOMPARE(session.runFolders(), QStringList());
-    }
-
-    void saveLoadSaveGivesTheSameBundle()
-    {
-        BulkOperationsWidget first;
-        addDevices(first, {{"801002345", "", "KM32G101F512", "bench-left"},
-                           {"801020001", "192.0.2.20", "", "bench-dual", true, false},
-                           {"", "192.0.2.22", "TR7A220M0512", "lab-net-2", true}});
-        first.debugConnectionOptionsRestore(true, QStringLiteral("JTAG"), 4000);
-        QGroupBox* custom = addAction(first, BulkAction::RunCustomCommand, "customCommandLineEdit",
-                                      QStringLiteral("device info \"my file\" {{nickname}}"));
-        ActionPage::field<QCheckBox>(custom, BulkAction::RunCustomCommand, "appendConnectionOptionCheckBox")
-            ->setChecked(true);
-        QGroupBox* firmware = addAction(first, BulkAction::InstallAdapterFirmware, "emzFileLineEdit",
-                                        QStringLiteral("/fw/link-v7.emz"), false);
-        ActionPage::field<QRadioButton>(firmware, BulkAction::InstallAdapterFirmware,
-                                        "installFromFileRadioButton")
-            ->setChecked(true);
-        QGroupBox* flash = addAction(first, BulkAction::FlashTargetDevice, "appFileLineEdit",
-                                     QStringLiteral("/images/{{target_part}}.bin"));
-        ActionPage::field<HexSpinBox>(flash, BulkAction::FlashTargetDevice, "startAddressSpinBox")
-            ->setValue(0x8000);
-        ActionPage::field<QCheckBox>(flash, BulkAction::FlashTargetDevice, "verifyAfterFlashCheckBox")
-            ->setChecked(true);
-        addAction(first, BulkAction::Wait, "durationLineEdit", QStringLiteral("250"));
-        addAction(first, BulkAction::RecoverTargetDevice, nullptr, QString(), false);
-
-        const QString firstPath = session.filePath(QStringLiteral("first.hwj"));
-        const QString secondPath = session.filePath(QStringLiteral("second.hwj"));
-        first.saveBatchJob(firstPath);
-        BulkOperationsWidget second;
-        second.loadBatchJob(firstPath);
-        second.saveBatchJob(secondPath);
-        const QString saved = bundleContents(firstPath);
-        QVERIFY(saved.contains(QLatin1String("0x00008000")) && saved.contains(QLatin1String("192.0.2.22")));
-        QCOMPARE(bundleContents(secondPath), saved);
-
-        // A bundle that cannot be read changes nothing.
-        QFile broken(session.filePath(QStringLiteral("broken.hwj")));
-        QVERIFY(broken.open(QIODevice::WriteOnly) && broken.write("PK\x03\x04 not an archive") > 0);
-        broken.close();
-        second.loadBatchJob(broken.fileName());
-        QVERIFY(errorText(second).startsWith(QStringLiteral("ERROR: ")));
-        second.loadBatchJob(session.filePath(QStringLiteral("absent.hwj")));
-        second.saveBatchJob(secondPath);
-        QCOMPARE(bundleContents(secondPath), saved);
     }
 };
 

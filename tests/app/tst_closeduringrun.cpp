@@ -1,4 +1,5 @@
 #include "../actions/actionpagehelpers.h"
+#include "../batch/batchtestfiles.h"
 #include "bulkoperationswidget.h"
 #include "corvaneprocessrunner.h"
 #include "jobrunengine.h"
@@ -22,12 +23,6 @@ class TestCloseDuringRun : public QObject
     SimulatorSession session{"adapters:\n"
                              "  - {serial: 801002345, nickname: bench-left, part: KM32G101F512}\n"
                              "  - {serial: 801002346, nickname: bench-right, part: KM32G101F256}\n"};
-
-    static QByteArray readFile(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
 
     // Two boards one after the other, each flashed with a 60 KiB image.
     void startFlashing(MainWindow& window)
@@ -74,7 +69,7 @@ private slots:
         QSignalSpy finished(&window, &MainWindow::backgroundWorkFinished);
         startFlashing(window);
         const QString log = session.filePath(QStringLiteral("logs/801002345.txt"));
-        QTRY_VERIFY_WITH_TIMEOUT(readFile(log).contains("Erasing"), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(BatchTestFiles::readFile(log).contains("Erasing"), 20000);
 
         QVERIFY(window.close());
         QVERIFY(!window.isVisible());
@@ -85,7 +80,7 @@ private slots:
         QCOMPARE(window.page()->processRunner()->queuedTaskCount(), 0);
 
         QTRY_COMPARE_WITH_TIMEOUT(finished.count(), 1, 60000);
-        const QByteArray written = readFile(log);
+        const QByteArray written = BatchTestFiles::readFile(log);
         QVERIFY2(written.contains("Flashing complete\n") &&
                      written.endsWith("Job finished: 1 actions run, 0 skipped\n"),
                  written.right(200).constData());
@@ -107,8 +102,8 @@ private slots:
         QCOMPARE(finished.count(), 0);
         window.requestClose();
         QTRY_COMPARE_WITH_TIMEOUT(finished.count(), 1, 10000);
-        QVERIFY(
-            !readFile(session.filePath(QStringLiteral("logs/801002345.txt"))).contains("Flashing complete"));
+        QVERIFY(!BatchTestFiles::readFile(session.filePath(QStringLiteral("logs/801002345.txt")))
+                     .contains("Flashing complete"));
         QCOMPARE(session.runFolders(), QStringList());
     }
 };

@@ -271,8 +271,6 @@ private slots:
         QCOMPARE(logReports.size(), 1);
         QCOMPARE(BatchTestFiles::readFile(QDir(logs).filePath(logReports.constFirst())),
                  BatchTestFiles::readFile(reportPath));
-        // The device kept its IP connection from the bundle.
-        QCOMPARE(runs.constFirst().mid(2, 2), QStringList({"--ip", "192.0.2.20"}));
         QCOMPARE(session.runFolders(), QStringList());
 
         // Named devices run whether checked or not; without logs no log file is named.

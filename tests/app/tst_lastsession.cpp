@@ -9,6 +9,7 @@
 #include "testregistry.h"
 
 #include <QCheckBox>
+#include <QDir>
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -35,7 +36,8 @@ private slots:
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
                                  TestEnvironment::simulatorPath());
         SettingsUtil::setSetting(Settings::loggingGroup, Settings::loggingEnabledKey, false);
-        QFile::remove(MainWindow::lastSessionPath());
+        // Closing makes the session folder when there is none.
+        QDir(MainWindow::lastSessionDirectory()).removeRecursively();
 
         QStringList job;
         {

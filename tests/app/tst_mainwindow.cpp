@@ -215,17 +215,6 @@ private slots:
         QCOMPARE(splitter(again, Qt::Vertical)->sizes(), pageSizes);
         QCOMPARE(splitter(again, Qt::Horizontal)->sizes(), actionSizes);
     }
-
-    void closingCreatesTheSessionFolder()
-    {
-        QDir(MainWindow::lastSessionDirectory()).removeRecursively();
-        MainWindow window;
-        QVERIFY(MainWindow::lastSessionPath().endsWith(QStringLiteral("/session/last_session.hwj")));
-        QVERIFY(MainWindow::lastSessionPath().startsWith(TestEnvironment::homePath()));
-        window.show();
-        QVERIFY(window.close());
-        QVERIFY(QDir(MainWindow::lastSessionDirectory()).exists());
-    }
 };
 
 HARNWICK_TEST(TestMainWindow)

@@ -183,8 +183,6 @@ private slots:
                                                   {" USB", BatchUtil::Unknown}};
         for (const auto& [name, type] : types)
             QCOMPARE(int(DeviceTable::connectionType(name)), type);
-        QCOMPARE(DeviceTable::connectionText(BatchUtil::Ip), QStringLiteral("IP"));
-        QCOMPARE(DeviceTable::connectionText(BatchUtil::Unknown), QStringLiteral("Unknown"));
     }
 
     void disablingAgainReachesNewRows()
