@@ -275,7 +275,7 @@ private slots:
         verifyIdle(page);
         QCOMPARE(model(page)->rowCount(), 3);
         // The run's bundle folder went with the run.
-        const QStringList left = QDir(session.temporaryFolder()).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+        const QStringList left = session.runFolders();
         QVERIFY2(left.isEmpty(), qPrintable(left.join(' ')));
     }
 
