@@ -29,11 +29,6 @@ enum ActionColumn
     DownColumn = 3
 };
 
-QIcon themedIcon(const QString& pattern, const QString& suffix)
-{
-    return QIcon(pattern.arg(suffix));
-}
-
 } // namespace
 
 int BulkOperationsWidget::actionIdCounter = 0;
@@ -55,6 +50,9 @@ void BulkOperationsWidget::setupActionSelector()
     actionTreeView->setContextMenuPolicy(Qt::CustomContextMenu);
     actionTreeView->setSelectionMode(QAbstractItemView::ExtendedSelection);
     actionTreeView->setMinimumWidth(360);
+    // Every row is a check box, a name and two arrows: one height for all spares the view
+    // measuring each row again whenever a row is added or selected.
+    actionTreeView->setUniformRowHeights(true);
     QHeaderView* header = actionTreeView->header();
     header->setStretchLastSection(false);
     header->setSectionResizeMode(EnabledColumn, QHeaderView::ResizeToContents);
@@ -95,12 +93,13 @@ int BulkOperationsWidget::actionSelectorAddAction(bool enabled)
     nameItem->setEditable(false);
     nameItem->setData(actionId, actionIdRole);
 
-    auto* upItem = new QStandardItem(themedIcon(QStringLiteral(":/graphics/up%1.png"), suffix), QString());
+    auto* upItem =
+        new QStandardItem(resourceIcon(QStringLiteral(":/graphics/up%1.png").arg(suffix)), QString());
     upItem->setEditable(false);
     upItem->setToolTip(tr("Move action up"));
 
     auto* downItem =
-        new QStandardItem(themedIcon(QStringLiteral(":/graphics/down%1.png"), suffix), QString());
+        new QStandardItem(resourceIcon(QStringLiteral(":/graphics/down%1.png").arg(suffix)), QString());
     downItem->setEditable(false);
     downItem->setToolTip(tr("Move action down"));
 
@@ -158,8 +157,8 @@ void BulkOperationsWidget::actionSelectorSetArrowIcons(const QString& suffix)
 {
     if (!actionModel)
         return;
-    const QIcon up = themedIcon(QStringLiteral(":/graphics/up%1.png"), suffix);
-    const QIcon down = themedIcon(QStringLiteral(":/graphics/down%1.png"), suffix);
+    const QIcon up = resourceIcon(QStringLiteral(":/graphics/up%1.png").arg(suffix));
+    const QIcon down = resourceIcon(QStringLiteral(":/graphics/down%1.png").arg(suffix));
     for (int row = 0; row < actionModel->rowCount(); ++row) {
         if (QStandardItem* item = actionModel->item(row, UpColumn))
             item->setIcon(up);
@@ -332,20 +331,22 @@ void BulkOperationsWidget::actionSelectorShowContextMenu(const QPoint& point)
 
     const QString suffix = themedIconSuffix(palette());
     QMenu menu(this);
-    menu.addAction(themedIcon(QStringLiteral(":/graphics/top%1.png"), suffix), QStringLiteral("Move to Top"),
-                   this, &BulkOperationsWidget::actionSelectorMoveHighlightedActionsToTop);
-    menu.addAction(themedIcon(QStringLiteral(":/graphics/up%1.png"), suffix), QStringLiteral("Move Up"), this,
-                   &BulkOperationsWidget::actionSelectorMoveHighlightedActionsUp);
-    menu.addAction(themedIcon(QStringLiteral(":/graphics/down%1.png"), suffix), QStringLiteral("Move Down"),
-                   this, &BulkOperationsWidget::actionSelectorMoveHighlightedActionsDown);
-    menu.addAction(themedIcon(QStringLiteral(":/graphics/bottom%1.png"), suffix),
+    menu.addAction(resourceIcon(QStringLiteral(":/graphics/top%1.png").arg(suffix)),
+                   QStringLiteral("Move to Top"), this,
+                   &BulkOperationsWidget::actionSelectorMoveHighlightedActionsToTop);
+    menu.addAction(resourceIcon(QStringLiteral(":/graphics/up%1.png").arg(suffix)), QStringLiteral("Move Up"),
+                   this, &BulkOperationsWidget::actionSelectorMoveHighlightedActionsUp);
+    menu.addAction(resourceIcon(QStringLiteral(":/graphics/down%1.png").arg(suffix)),
+                   QStringLiteral("Move Down"), this,
+                   &BulkOperationsWidget::actionSelectorMoveHighlightedActionsDown);
+    menu.addAction(resourceIcon(QStringLiteral(":/graphics/bottom%1.png").arg(suffix)),
                    QStringLiteral("Move to Bottom"), this,
                    &BulkOperationsWidget::actionSelectorMoveHighlightedActionsToBottom);
     menu.addSeparator();
-    menu.addAction(themedIcon(QStringLiteral(":/graphics/checkbox-checked%1.png"), suffix),
+    menu.addAction(resourceIcon(QStringLiteral(":/graphics/checkbox-checked%1.png").arg(suffix)),
                    QStringLiteral("Enable"), this,
                    &BulkOperationsWidget::actionSelectorEnableHighlightedActions);
-    menu.addAction(themedIcon(QStringLiteral(":/graphics/checkbox-unchecked%1.png"), suffix),
+    menu.addAction(resourceIcon(QStringLiteral(":/graphics/checkbox-unchecked%1.png").arg(suffix)),
                    QStringLiteral("Disable"), this,
                    &BulkOperationsWidget::actionSelectorDisableHighlightedActions);
     menu.addSeparator();

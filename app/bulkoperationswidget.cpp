@@ -183,3 +183,11 @@ void BulkOperationsWidget::changeEvent(QEvent* event)
         actionSelectorSetArrowIcons(themedIconSuffix(palette()));
     QWidget::changeEvent(event);
 }
+
+const QIcon& BulkOperationsWidget::resourceIcon(const QString& resource)
+{
+    auto it = resourceIcons.find(resource);
+    if (it == resourceIcons.end())
+        it = resourceIcons.insert(resource, QIcon(resource));
+    return *it;
+}

@@ -248,11 +248,12 @@ private:
     void deviceSelectorShowPlaceholder(int deviceIndex, const QString& placeholder);
     // Sets the roles on every item of the row, telling the views once per item.
     void deviceSelectorSetRowData(int deviceIndex, const QVector<QPair<int, QVariant>>& values);
-    // The outcome dots, read once: building an icon from its file decodes the image each time.
-    const QIcon& deviceSelectorStatusIcon(const QString& resource);
+    // Icons from the resources, read once: building an icon from its file decodes the image
+    // each time, for every outcome dot and every action row's arrows.
+    const QIcon& resourceIcon(const QString& resource);
     QList<JobDevice> deviceSelectorJobDevices(const QList<int>& rows) const;
 
-    QHash<QString, QIcon> deviceSelectorStatusIcons;
+    QHash<QString, QIcon> resourceIcons;
     QCheckBox* deviceSelectorDiscoverUsbCheckBox = nullptr;
     QCheckBox* deviceSelectorDiscoverIpCheckBox = nullptr;
     ReloadButton<QPushButton>* deviceSelectorDiscoverButton = nullptr;

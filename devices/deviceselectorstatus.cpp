@@ -31,9 +31,9 @@ void BulkOperationsWidget::setDeviceStatusInfo(int deviceIndex, const QString& s
         return;
     }
     if (color == CORPORATE_GREEN)
-        item->setIcon(deviceSelectorStatusIcon(QStringLiteral(":/graphics/dot-green.png")));
+        item->setIcon(resourceIcon(QStringLiteral(":/graphics/dot-green.png")));
     else if (color == CORPORATE_YELLOW)
-        item->setIcon(deviceSelectorStatusIcon(QStringLiteral(":/graphics/dot-yellow.png")));
+        item->setIcon(resourceIcon(QStringLiteral(":/graphics/dot-yellow.png")));
     deviceSelectorFlashRow(deviceIndex, color);
 }
 
@@ -47,7 +47,7 @@ void BulkOperationsWidget::setDeviceStatusError(int deviceIndex, const QString& 
     item->setText(tr("ERROR: %1").arg(status));
     item->setToolTip(tooltip);
     deviceSelectorResizeColumn(DeviceStatusColumn);
-    item->setIcon(deviceSelectorStatusIcon(QStringLiteral(":/graphics/dot-red.png")));
+    item->setIcon(resourceIcon(QStringLiteral(":/graphics/dot-red.png")));
     deviceSelectorFlashRow(deviceIndex, CORPORATE_RED);
 }
 
@@ -82,14 +82,6 @@ void BulkOperationsWidget::deviceSelectorShowProgress(int deviceIndex, int actio
     set(FlashingRowStyleDelegate::ProgressActionCountRole, shown ? QVariant(actionCount) : QVariant());
     set(FlashingRowStyleDelegate::ProgressPercentRole,
         shown && percent >= 0 ? QVariant(percent) : QVariant());
-}
-
-const QIcon& BulkOperationsWidget::deviceSelectorStatusIcon(const QString& resource)
-{
-    auto it = deviceSelectorStatusIcons.find(resource);
-    if (it == deviceSelectorStatusIcons.end())
-        it = deviceSelectorStatusIcons.insert(resource, QIcon(resource));
-    return *it;
 }
 
 void BulkOperationsWidget::deviceSelectorShowPlaceholder(int deviceIndex, const QString& placeholder)
