@@ -6,6 +6,7 @@
 #include "droppablelineedit.h"
 #include "hexspinbox.h"
 #include "jobvariables.h"
+#include "repeatedlabel.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -214,11 +215,11 @@ QGroupBox* BulkOperationsWidget::setupCustomCommandBox()
     auto* layout = new QGridLayout(box);
 
     auto* note =
-        new QLabel(tr("Run a custom CLI command.<br><br><b>Note:</b> Debug-related options are "
-                      "<b>not</b> automatically added to this command.<br><br>Device connection "
-                      "options can be provided manually using variables,<br>e.g. \"--device {{%1}}\".")
-                       .arg(VARIABLE_NAME_TARGET_PART),
-                   box);
+        new RepeatedLabel(tr("Run a custom CLI command.<br><br><b>Note:</b> Debug-related options are "
+                             "<b>not</b> automatically added to this command.<br><br>Device connection "
+                             "options can be provided manually using variables,<br>e.g. \"--device {{%1}}\".")
+                              .arg(VARIABLE_NAME_TARGET_PART),
+                          box);
     note->setWordWrap(true);
 
     auto* appendOption = new QCheckBox(tr("Append adapter option"), box);

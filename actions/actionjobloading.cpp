@@ -8,10 +8,12 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QGroupBox>
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QRadioButton>
 #include <QStackedWidget>
 #include <QStandardItemModel>
+#include <QTreeView>
 
 namespace {
 
@@ -89,6 +91,49 @@ void restoreSettings(QWidget* page, BulkAction type, const QMap<QString, QVarian
     }
 }
 
+// Many actions restored in one go: the views take in the result once, at the end, instead of
+// once per action. The editor stack would otherwise switch its updates off and on over every
+// page it holds at each switch of page, and the list would lay out, measure its columns over
+// the rows and scroll at each new current row. Settings already off stay off.
+class BulkRestore
+{
+public:
+    BulkRestore(QStackedWidget* stack, QTreeView* list)
+        : stack(stack), list(list), stackUpdates(stack->updatesEnabled()),
+          listUpdates(list->updatesEnabled()), listScrolls(list->hasAutoScroll())
+    {
+        stack->setUpdatesEnabled(false);
+        list->setUpdatesEnabled(false);
+        list->setAutoScroll(false);
+        QHeaderView* header = list->header();
+        for (int section = 0; section < header->count(); ++section) {
+            resizeModes.append(header->sectionResizeMode(section));
+            header->setSectionResizeMode(section, QHeaderView::Interactive);
+        }
+    }
+    ~BulkRestore()
+    {
+        QHeaderView* header = list->header();
+        for (int section = 0; section < resizeModes.size() && section < header->count(); ++section)
+            header->setSectionResizeMode(section, resizeModes.at(section));
+        list->setAutoScroll(listScrolls);
+        list->setUpdatesEnabled(listUpdates);
+        stack->setUpdatesEnabled(stackUpdates);
+        if (listScrolls && list->currentIndex().isValid())
+            list->scrollTo(list->currentIndex());
+    }
+    BulkRestore(const BulkRestore&) = delete;
+    BulkRestore& operator=(const BulkRestore&) = delete;
+
+private:
+    QStackedWidget* stack;
+    QTreeView* list;
+    bool stackUpdates;
+    bool listUpdates;
+    bool listScrolls;
+    QList<QHeaderView::ResizeMode> resizeModes;
+};
+
 } // namespace
 
 void BulkOperationsWidget::debugConnectionOptionsRestore(bool applied, const QString& debugInterface,
@@ -115,6 +160,7 @@ void BulkOperationsWidget::actionSelectorRemoveAllActions()
 
 void BulkOperationsWidget::actionSelectorRestoreActionsFromSteps(const QList<QMap<QString, QVariant>>& steps)
 {
+    const BulkRestore bulk(actionEditorStack, actionTreeView);
     for (const QMap<QString, QVariant>& step : steps) {
         const BulkAction type = getActionTypeFromString(step.value(QStringLiteral("task")).toString());
         if (type == BulkAction::None)

@@ -6,12 +6,16 @@
 #include "hexspinbox.h"
 #include "testregistry.h"
 
+#include <QApplication>
 #include <QCheckBox>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QRadioButton>
+#include <QStackedWidget>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTreeView>
 
 using namespace ActionPage;
 using Step = QMap<QString, QVariant>;
@@ -170,6 +174,33 @@ private slots:
         QCOMPARE(again.steps, saved.steps);
         QCOMPARE(again.devices, saved.devices);
         QCOMPARE((QVariantList{again.applied, again.tif, again.speed}), (QVariantList{true, "JTAG", 2000}));
+
+        // Shown, with more actions than the list can show at once: the list ends with the last
+        // action current and in view, its columns fitted as before, the last editor page open.
+        target.resize(1000, 500);
+        target.show();
+        auto* list = target.findChild<QTreeView*>(QStringLiteral("actionTreeView"));
+        list->setMaximumHeight(list->sizeHintForRow(0) * 5);
+        target.loadBatchJob(first);
+        QVERIFY(list->updatesEnabled());
+        QVERIFY(list->hasAutoScroll());
+        QCOMPARE(list->currentIndex().row(), 11);
+        QApplication::processEvents();
+        QVERIFY(list->viewport()->rect().contains(list->visualRect(list->currentIndex())));
+        QCOMPARE(
+            (QList<QHeaderView::ResizeMode>{
+                list->header()->sectionResizeMode(0), list->header()->sectionResizeMode(1),
+                list->header()->sectionResizeMode(2), list->header()->sectionResizeMode(3)}),
+            (QList<QHeaderView::ResizeMode>{QHeaderView::ResizeToContents, QHeaderView::Stretch,
+                                            QHeaderView::ResizeToContents, QHeaderView::ResizeToContents}));
+        for (int column : {0, 2, 3})
+            QCOMPARE(list->header()->sectionSize(column),
+                     qMax(static_cast<QAbstractItemView*>(list)->sizeHintForColumn(column),
+                          list->header()->sectionSizeHint(column)));
+        auto* stack = target.findChild<QStackedWidget*>(QStringLiteral("actionEditorStack"));
+        QVERIFY(stack->updatesEnabled());
+        QCOMPARE(stack->currentIndex(), 12);
+        QVERIFY(stack->currentWidget()->isVisible());
 
         // A bundle that cannot be read, or is not there, changes nothing on the page.
         const QString broken = dir.filePath(QStringLiteral("broken.hwj"));

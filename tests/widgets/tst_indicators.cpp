@@ -1,6 +1,7 @@
 #include "imageplaceholderwidget.h"
 #include "qprogressindicator.h"
 #include "reloadbutton.h"
+#include "repeatedlabel.h"
 #include "testregistry.h"
 
 #include <QApplication>
@@ -130,6 +131,42 @@ private slots:
         // Too low a widget: the image keeps its proportions and overflows at the top.
         widget.resize(300, 120);
         QCOMPARE(opaqueBounds(render(widget)), QRect(0, 0, 300, 120));
+    }
+
+    // Labels sharing a text share its measures, and any label measures exactly as a plain
+    // one with the same text, font and wrapping would, also after one of them changes.
+    void repeatedLabelMeasuresLikeALabel()
+    {
+        const QString text =
+            QStringLiteral("Run a <b>custom</b> command.<br><br>It may wrap over several lines "
+                           "when the page is narrow.");
+        const auto sameAsPlain = [](const RepeatedLabel& label) {
+            QLabel plain(label.text());
+            plain.setFont(label.font());
+            plain.setWordWrap(label.wordWrap());
+            QCOMPARE(label.sizeHint(), plain.sizeHint());
+            QCOMPARE(label.minimumSizeHint(), plain.minimumSizeHint());
+            for (int width : {60, 150, 400})
+                QCOMPARE(label.heightForWidth(width), plain.heightForWidth(width));
+        };
+        RepeatedLabel first(text);
+        RepeatedLabel second(text);
+        first.setWordWrap(true);
+        second.setWordWrap(true);
+        sameAsPlain(first);
+        sameAsPlain(second);
+        QVERIFY(first.heightForWidth(60) > first.heightForWidth(400));
+
+        QFont larger = second.font();
+        larger.setPointSize(larger.pointSize() * 2);
+        second.setFont(larger);
+        sameAsPlain(second);
+        QVERIFY(second.sizeHint() != first.sizeHint());
+        second.setText(text + QStringLiteral(" And a little more."));
+        sameAsPlain(second);
+        second.setWordWrap(false);
+        sameAsPlain(second);
+        sameAsPlain(first);
     }
 };
 
