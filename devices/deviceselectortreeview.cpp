@@ -7,6 +7,53 @@
 
 DeviceSelectorTreeView::DeviceSelectorTreeView(QWidget* parent) : QTreeView(parent) {}
 
+void DeviceSelectorTreeView::setModel(QAbstractItemModel* newModel)
+{
+    if (newModel == model())
+        return;
+    for (const QMetaObject::Connection& connection : qAsConst(modelConnections))
+        disconnect(connection);
+    modelConnections.clear();
+    QTreeView::setModel(newModel);
+    forgetRowWidths();
+    if (!newModel)
+        return;
+    modelConnections << connect(newModel, &QAbstractItemModel::dataChanged, this,
+                                &DeviceSelectorTreeView::rowsChanged);
+    // Rows that come, go or move shift every row after them: start over.
+    const auto forget = [this](auto signal) {
+        modelConnections << connect(model(), signal, this, &DeviceSelectorTreeView::forgetRowWidths);
+    };
+    forget(&QAbstractItemModel::rowsInserted);
+    forget(&QAbstractItemModel::rowsRemoved);
+    forget(&QAbstractItemModel::rowsMoved);
+    forget(&QAbstractItemModel::columnsInserted);
+    forget(&QAbstractItemModel::columnsRemoved);
+    forget(&QAbstractItemModel::columnsMoved);
+    forget(&QAbstractItemModel::modelReset);
+    forget(&QAbstractItemModel::layoutChanged);
+}
+
+void DeviceSelectorTreeView::forgetRowWidths()
+{
+    rowWidths.clear();
+}
+
+void DeviceSelectorTreeView::rowsChanged(const QModelIndex& topLeft, const QModelIndex& bottomRight)
+{
+    if (topLeft.parent() != rootIndex()) {
+        forgetRowWidths();
+        return;
+    }
+    for (auto it = rowWidths.begin(); it != rowWidths.end(); ++it) {
+        if (it.key() < topLeft.column() || it.key() > bottomRight.column())
+            continue;
+        QVector<int>& widths = it.value();
+        for (int row = qMax(0, topLeft.row()); row <= bottomRight.row() && row < widths.size(); ++row)
+            widths[row] = -1;
+    }
+}
+
 void DeviceSelectorTreeView::commitData(QWidget* editor)
 {
     QTreeView::commitData(editor);
@@ -25,10 +72,17 @@ int DeviceSelectorTreeView::rememberedColumnWidth(int column)
     // Texts come and go with a run's output; an unbounded memory of them is not wanted.
     if (cellWidths.size() > 4 * rows + 1024)
         cellWidths.clear();
+    QVector<int>& widths = rowWidths[column];
+    if (widths.size() != rows)
+        widths.fill(-1, rows);
     int width = header()->isHidden() ? 0 : header()->sectionSizeHint(column);
     for (int row = 0; row < rows; ++row) {
         if (isRowHidden(row, root))
             continue;
+        if (widths.at(row) >= 0) {
+            width = qMax(width, widths.at(row));
+            continue;
+        }
         const QModelIndex index = model()->index(row, column, root);
         const QVariant decoration = index.data(Qt::DecorationRole);
         const bool icon = decoration.isValid() && !decoration.value<QIcon>().isNull();
@@ -37,6 +91,7 @@ int DeviceSelectorTreeView::rememberedColumnWidth(int column)
         auto it = cellWidths.constFind(key);
         if (it == cellWidths.cend())
             it = cellWidths.insert(key, sizeHintForIndex(index).width());
+        widths[row] = *it;
         width = qMax(width, *it);
     }
     return width;
@@ -61,6 +116,7 @@ void DeviceSelectorTreeView::fitTextColumnToContents(int column)
         if (measured != width) {
             rememberWidths = false;
             cellWidths.clear();
+            rowWidths.clear();
         }
     }
     resizeColumnToContents(column);
@@ -72,6 +128,7 @@ void DeviceSelectorTreeView::changeEvent(QEvent* event)
 {
     if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) {
         cellWidths.clear();
+        rowWidths.clear();
         lastFits.clear();
         widthsChecked = false;
     }

@@ -172,6 +172,31 @@ private slots:
         check("larger font");
         model.removeRows(5, 1);
         check("widest row removed");
+        status(2)->setText(QStringLiteral("Running action 2: flash, a line longer than any before it"));
+        check("a wider text in one row");
+        for (DeviceSelectorTreeView* view : {&fitted, &measured})
+            view->setRowHidden(2, QModelIndex(), true);
+        check("widest row hidden");
+        for (DeviceSelectorTreeView* view : {&fitted, &measured})
+            view->setRowHidden(2, QModelIndex(), false);
+        check("shown again");
+        // The row below the widest one grows, then rows shift with the count unchanged: the
+        // remembered widths must not pair the old widest width with the grown row.
+        status(3)->setText(QStringLiteral("Running action 3: a text wider than every other one in the list"));
+        model.removeRows(0, 1);
+        model.appendRow({new QStandardItem(QStringLiteral("801009999")), new QStandardItem()});
+        check("a row changed, one removed above it and one added");
+        status(9)->setText(
+            QStringLiteral("ABORTED, and then a great deal more text than anything shown so far"));
+        model.sort(1);
+        check("a row changed, then the rows sorted");
+        QStandardItemModel other(0, 2);
+        for (int row = 0; row < model.rowCount(); ++row)
+            other.appendRow({new QStandardItem(QString::number(801000001 + row)), new QStandardItem()});
+        other.item(4, 1)->setText(QStringLiteral("DONE"));
+        for (DeviceSelectorTreeView* view : {&fitted, &measured})
+            view->setModel(&other);
+        check("another model as long");
     }
 
     void flashIsPaintedAndItsTimerStops()
