@@ -207,8 +207,10 @@ void JobRunEngine::onProcessFeedback(const QString& id, const QByteArray& line)
 
 void JobRunEngine::onTaskFinished(const CorvaneProcessResult& result)
 {
-    // The runner starts the next queued process once this returns.
-    stallCheck->start();
+    // The runner starts the next queued process once this returns. A check already due
+    // comes after that too: re-arming it for every finished device only cost time.
+    if (!stallCheck->isActive())
+        stallCheck->start();
     JobDeviceRun* run = find(result.id);
     if (!run)
         return;
