@@ -7,6 +7,7 @@
 #include "pageoperation.h"
 #include "ziputil.h"
 
+#include <QDeadlineTimer>
 #include <QHash>
 #include <QIcon>
 #include <QMap>
@@ -253,7 +254,18 @@ private:
     const QIcon& resourceIcon(const QString& resource);
     QList<JobDevice> deviceSelectorJobDevices(const QList<int>& rows) const;
 
+    // Takes the flash data off rows whose flash is over. Every flash lasts as long, so the
+    // rows wait in flashing order for one timer instead of a timer each.
+    void deviceSelectorClearFinishedFlashes();
+
     QHash<QString, QIcon> resourceIcons;
+    struct FlashCleanup
+    {
+        QDeadlineTimer due;
+        int deviceIndex = -1;
+    };
+    QList<FlashCleanup> deviceSelectorFlashCleanups;
+    QTimer* deviceSelectorFlashCleanupTimer = nullptr;
     QCheckBox* deviceSelectorDiscoverUsbCheckBox = nullptr;
     QCheckBox* deviceSelectorDiscoverIpCheckBox = nullptr;
     ReloadButton<QPushButton>* deviceSelectorDiscoverButton = nullptr;

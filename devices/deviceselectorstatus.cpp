@@ -127,12 +127,29 @@ void BulkOperationsWidget::deviceSelectorFlashRow(int deviceIndex, const QColor&
                               {FlashingRowStyleDelegate::FlashFadeRole, FlashingRowStyleDelegate::FadeMs}});
     // The row is addressed by its number at the time of flashing: if rows move
     // meanwhile, whatever row then has that number loses its flash data.
-    QTimer::singleShot(flashCleanupMs, this, [this, deviceIndex] {
+    deviceSelectorFlashCleanups.append({QDeadlineTimer(flashCleanupMs), deviceIndex});
+    if (!deviceSelectorFlashCleanupTimer) {
+        deviceSelectorFlashCleanupTimer = new QTimer(this);
+        deviceSelectorFlashCleanupTimer->setSingleShot(true);
+        connect(deviceSelectorFlashCleanupTimer, &QTimer::timeout, this,
+                &BulkOperationsWidget::deviceSelectorClearFinishedFlashes);
+    }
+    if (!deviceSelectorFlashCleanupTimer->isActive())
+        deviceSelectorFlashCleanupTimer->start(flashCleanupMs);
+}
+
+void BulkOperationsWidget::deviceSelectorClearFinishedFlashes()
+{
+    while (!deviceSelectorFlashCleanups.isEmpty() && deviceSelectorFlashCleanups.first().due.hasExpired()) {
+        const int deviceIndex = deviceSelectorFlashCleanups.takeFirst().deviceIndex;
         deviceSelectorSetRowData(deviceIndex, {{FlashingRowStyleDelegate::FlashStartRole, QVariant()},
                                                {FlashingRowStyleDelegate::FlashColorRole, QVariant()},
                                                {FlashingRowStyleDelegate::FlashHoldRole, QVariant()},
                                                {FlashingRowStyleDelegate::FlashFadeRole, QVariant()}});
-    });
+    }
+    // A timer may wake a little early; the rest wait for their own time.
+    if (!deviceSelectorFlashCleanups.isEmpty())
+        deviceSelectorFlashCleanupTimer->start(int(deviceSelectorFlashCleanups.first().due.remainingTime()));
 }
 
 void BulkOperationsWidget::setRowColor(int deviceIndex, const QColor& color)
