@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QDateTime>
 #include <QPainter>
+#include <QRegion>
 #include <QTimer>
 #include <QTreeView>
 
@@ -43,9 +44,19 @@ bool FlashingRowStyleDelegate::isRepainting() const
     return repaintTimer->isActive();
 }
 
+namespace {
+quint64 placeOf(const QRect& rect)
+{
+    return (quint64(quint32(rect.top())) << 32) | quint32(rect.left());
+}
+} // namespace
+
 void FlashingRowStyleDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                                      const QModelIndex& index) const
 {
+    // Whatever this place showed before, it now shows what is painted here.
+    if (!paintedFlashes.isEmpty())
+        paintedFlashes.remove(placeOf(option.rect));
     if (option.state & QStyle::State_Selected) {
         QStyledItemDelegate::paint(painter, option, index);
         paintExtras(painter, option, index);
@@ -70,9 +81,9 @@ void FlashingRowStyleDelegate::paint(QPainter* painter, const QStyleOptionViewIt
     const double weight = fillWeight(elapsed, hold.toInt(), fade.toInt());
     if (weight >= 0.0) {
         painter->fillRect(option.rect, blend(color.value<QColor>(), base, weight));
-        flashPainted = true;
         // The colour holds still until the fade begins; a fading one changes every frame.
         const qint64 changesAt = elapsed < hold.toInt() ? start.toLongLong() + hold.toInt() : now;
+        paintedFlashes.insert(placeOf(option.rect), PaintedFlash{option.rect, changesAt});
         nextChangeMs = std::min(nextChangeMs, changesAt);
         if (!repaintTimer->isActive())
             repaintTimer->start();
@@ -149,15 +160,27 @@ void FlashingRowStyleDelegate::paintProgress(QPainter* painter, const QStyleOpti
 
 void FlashingRowStyleDelegate::onTick()
 {
-    if (!flashPainted) {
+    // Nothing painted flashing since the last repaint: the flashes are over or out of view.
+    if (paintedFlashes.isEmpty()) {
         repaintTimer->stop();
         return;
     }
     // Repainting a flash that holds its colour would only redraw the same pixels.
-    if (QDateTime::currentMSecsSinceEpoch() < nextChangeMs)
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    if (now < nextChangeMs)
         return;
-    flashPainted = false;
+    // The cells repainted now come back in here when they are painted still flashing.
+    QRegion changed;
     nextChangeMs = std::numeric_limits<qint64>::max();
+    for (auto it = paintedFlashes.begin(); it != paintedFlashes.end();) {
+        if (it->changesAtMs <= now) {
+            changed += it->rect;
+            it = paintedFlashes.erase(it);
+        } else {
+            nextChangeMs = std::min(nextChangeMs, it->changesAtMs);
+            ++it;
+        }
+    }
     if (view)
-        view->viewport()->update();
+        view->viewport()->update(changed);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QHash>
+#include <QRect>
 #include <QStyledItemDelegate>
 
 #include <limits>
@@ -11,7 +13,7 @@ class QTreeView;
 // Paints a short-lived coloured background behind the items of a row whose
 // flash data is set: half strength during the hold time, then a quadratic
 // fade. Its repaint timer runs only while some visible item is flashing, and
-// repaints only once a painted flash changes colour.
+// repaints only the items whose painted flash changes colour.
 class FlashingRowStyleDelegate : public QStyledItemDelegate
 {
     Q_OBJECT
@@ -70,8 +72,16 @@ private:
     void paintPlaceholder(QPainter* painter, const QStyleOptionViewItem& option,
                           const QModelIndex& index) const;
 
-    mutable bool flashPainted = false;
-    // When the earliest painted flash next changes colour (ms since the epoch).
+    // Each flashing cell painted, by its place in the viewport, with when its colour next
+    // changes (ms since the epoch): a tick repaints the cells whose colour changed, not the
+    // whole table, which on a busy bench has some row fading nearly all the time.
+    struct PaintedFlash
+    {
+        QRect rect;
+        qint64 changesAtMs = 0;
+    };
+    mutable QHash<quint64, PaintedFlash> paintedFlashes;
+    // When the earliest painted flash next changes colour.
     mutable qint64 nextChangeMs = std::numeric_limits<qint64>::max();
     QTimer* repaintTimer = nullptr;
     QTreeView* view = nullptr;

@@ -8,6 +8,7 @@
 #include <QDateTime>
 #include <QElapsedTimer>
 #include <QHeaderView>
+#include <QPaintEvent>
 #include <QStandardItemModel>
 #include <QTest>
 
@@ -206,6 +207,7 @@ private slots:
         page.show();
         QVERIFY(QTest::qWaitForWindowExposed(&page));
         page.addDeviceToTable("801002345", "", "", "", true, false, false, true);
+        page.addDeviceToTable("801002346", "", "", "", true, false, false, true);
         auto* delegate = qobject_cast<FlashingRowStyleDelegate*>(view(page)->itemDelegate());
         QVERIFY(delegate);
         const QColor base = view(page)->palette().color(QPalette::Base);
@@ -213,10 +215,12 @@ private slots:
             const QRect cell = view(page)->visualRect(model(page)->index(0, DeviceStatusColumn));
             return view(page)->viewport()->grab().toImage().pixelColor(cell.center());
         };
-        const auto startedAgo = [&page](qint64 ms) {
+        const auto startedAgo = [&page](qint64 ms, int row = 0) {
             for (int column = 0; column < DeviceColumnCount; ++column)
-                model(page)->item(0, column)->setData(QDateTime::currentMSecsSinceEpoch() - ms,
-                                                      FlashingRowStyleDelegate::FlashStartRole);
+                model(page)
+                    ->item(row, column)
+                    ->setData(QDateTime::currentMSecsSinceEpoch() - ms,
+                              FlashingRowStyleDelegate::FlashStartRole);
         };
         QVERIFY(closeTo(painted(), base, 2));
         QVERIFY(!delegate->isRepainting());
@@ -234,9 +238,13 @@ private slots:
         struct PaintCounter : QObject
         {
             int count = 0;
+            QRegion region;
             bool eventFilter(QObject*, QEvent* event) override
             {
-                count += event->type() == QEvent::Paint;
+                if (event->type() == QEvent::Paint) {
+                    ++count;
+                    region += static_cast<QPaintEvent*>(event)->region();
+                }
                 return false;
             }
         } paints;
@@ -250,6 +258,24 @@ private slots:
             QVERIFY2(fading ? paints.count >= 5 : paints.count == 0,
                      qPrintable(QString::number(paints.count)));
         }
+        // A fading row is repainted, a row holding its colour beside it is not.
+        for (int column = 0; column < DeviceColumnCount; ++column) {
+            QStandardItem* item = model(page)->item(1, column);
+            item->setData(CORPORATE_GREEN, FlashingRowStyleDelegate::FlashColorRole);
+            item->setData(FlashingRowStyleDelegate::HoldMs, FlashingRowStyleDelegate::FlashHoldRole);
+            item->setData(FlashingRowStyleDelegate::FadeMs, FlashingRowStyleDelegate::FlashFadeRole);
+        }
+        startedAgo(1000, 1);
+        QTest::qWait(50);
+        paints.region = QRegion();
+        QTest::qWait(300);
+        const auto rowRect = [&page](int row) {
+            return view(page)->visualRect(model(page)->index(row, DeviceStatusColumn));
+        };
+        QVERIFY(paints.region.contains(rowRect(0)));
+        QVERIFY(!paints.region.intersects(rowRect(1)));
+        for (int column = 0; column < DeviceColumnCount; ++column)
+            model(page)->item(1, column)->setData(QVariant(), FlashingRowStyleDelegate::FlashColorRole);
         view(page)->viewport()->removeEventFilter(&paints);
 
         // A highlighted row shows the selection, not the flash.
@@ -265,7 +291,6 @@ private slots:
 
         // The flash data itself goes 7050 ms after the flash started, each row's on its own
         // time: a row flashed a second later keeps its data a second longer.
-        page.addDeviceToTable("801002346", "", "", "", true, false, false, true);
         QTest::qWait(qMax<qint64>(0, 1000 - flashed.elapsed()));
         QElapsedTimer flashedLater;
         flashedLater.start();
