@@ -108,8 +108,9 @@ QGroupBox* BulkOperationsWidget::setupAdapterDebugModeBox()
                          QStringLiteral("MINI"), QStringLiteral("OFF")});
     debugMode->setCurrentText(QStringLiteral("MCU"));
 
-    layout->addWidget(new QLabel(tr("Note: Not all adapters support all debug modes."), box), 0, 0, 1, 3);
-    layout->addWidget(new QLabel(tr("Debug mode:"), box), 1, 0);
+    layout->addWidget(new RepeatedLabel(tr("Note: Not all adapters support all debug modes."), box), 0, 0, 1,
+                      3);
+    layout->addWidget(new RepeatedLabel(tr("Debug mode:"), box), 1, 0);
     layout->addWidget(debugMode, 1, 1);
     return box;
 }
@@ -118,7 +119,7 @@ QGroupBox* BulkOperationsWidget::setupLogDeviceInfoBox()
 {
     auto* box = new QGroupBox;
     auto* layout = new QGridLayout(box);
-    layout->addWidget(new QLabel(tr("No settings available."), box), 0, 0);
+    layout->addWidget(new RepeatedLabel(tr("No settings available."), box), 0, 0);
     return box;
 }
 
@@ -165,9 +166,9 @@ QGroupBox* BulkOperationsWidget::setupTargetFlashBox()
 
     layout->addWidget(appFile, 0, 0, 1, 3);
     layout->addWidget(browse, 0, 3);
-    layout->addWidget(new QLabel(tr("Flash start address:"), box), 1, 0);
+    layout->addWidget(new RepeatedLabel(tr("Flash start address:"), box), 1, 0);
     layout->addWidget(startAddress, 1, 1);
-    layout->addWidget(new QLabel(tr("Options:"), box), 2, 0);
+    layout->addWidget(new RepeatedLabel(tr("Options:"), box), 2, 0);
     layout->addWidget(force, 2, 1);
     layout->addWidget(resetAfter, 3, 1);
     layout->addWidget(verifyAfter, 4, 1);
@@ -204,7 +205,7 @@ QGroupBox* BulkOperationsWidget::setupWaitBox()
     duration->setObjectName(QStringLiteral("durationLineEdit"));
     duration->setValidator(new QIntValidator(0, maxWaitDurationMs, duration));
 
-    layout->addWidget(new QLabel(tr("Duration (ms):"), box), 0, 0);
+    layout->addWidget(new RepeatedLabel(tr("Duration (ms):"), box), 0, 0);
     layout->addWidget(duration, 0, 1);
     return box;
 }
