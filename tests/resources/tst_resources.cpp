@@ -114,7 +114,9 @@ private slots:
     {
         QStringList failures;
         int uses = 0;
-        for (const char* folder : {"app", "process", "batch", "devices", "actions", "widgets"}) {
+        const QStringList folders = QStringLiteral(HARNWICK_SUBSYSTEMS).split(QLatin1Char(','));
+        QVERIFY(folders.contains(QStringLiteral("devices")));
+        for (const QString& folder : folders) {
             QDirIterator it(QString(HARNWICK_SOURCE_DIR "/") + folder, {"*.cpp", "*.h"}, QDir::Files,
                             QDirIterator::Subdirectories);
             while (it.hasNext()) {
