@@ -10,6 +10,8 @@
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
+# The architecture the Debian package is built for.
+set(HARNWICK_DEBIAN_ARCHITECTURE armhf)
 
 # try_compile() projects read this file again without the cache: hand the
 # sysroot over to them.
