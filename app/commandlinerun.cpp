@@ -234,8 +234,10 @@ int CommandLineRun::exec(const QStringList& arguments)
             [this](const QString& message) { printLine(tr("harnwick: %1").arg(message), err); });
     connect(engine, &JobRunEngine::deviceRefused, this,
             [this, &refused](const QString& id, const QString& why) {
-                ++refused;
-                printLine(outcomeLine(tr("NOT STARTED"), id, QStringLiteral("-"), why), out);
+                // A busy device stays among the run's devices as not started; others leave it.
+                if (!engine->device(id))
+                    ++refused;
+                printLine(outcomeLine(tr("NOT STARTED"), id, nicknameOf(id), why), out);
             });
     connect(engine, &JobRunEngine::deviceFinished, this, &CommandLineRun::printOutcome);
     connect(engine, &JobRunEngine::deviceAborted, this, &CommandLineRun::printAborted);
@@ -259,7 +261,7 @@ int CommandLineRun::exec(const QStringList& arguments)
         progressTimer->stop();
 
     for (const JobDeviceRun& run : engine->devices())
-        if (run.state == JobDeviceState::NotStarted)
+        if (run.state == JobDeviceState::NotStarted && run.refusal.isEmpty())
             printLine(outcomeLine(tr("NOT STARTED"), run.id, nicknameOf(run.id)), out);
     const JobRunCounts counts = engine->counts();
     printLine(tr("%1 devices: %2 done, %3 failed, %4 crashed, %5 aborted, %6 not started, in %7")

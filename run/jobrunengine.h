@@ -11,8 +11,10 @@
 #include <QStringList>
 #include <QVector>
 
+#include <map>
 #include <memory>
 
+class AdapterLock;
 class CorvaneProcessRunner;
 class QTemporaryDir;
 class QTimer;
@@ -64,6 +66,7 @@ struct JobDeviceRun
     JobDevice device;
     QStringList arguments; // the device's own arguments, after "batch" and the bundle
     QString logFile;       // empty without logging
+    QString refusal;       // why it was not started, when refused as the run started
     JobDeviceState state = JobDeviceState::Waiting;
     // The action the device runs (or ran last); -1 before the first one.
     int action = -1;
@@ -157,6 +160,7 @@ private:
     void endIfStalled();
     QDateTime now() const;
     JobDeviceRun* find(const QString& id);
+    void releaseAdapter(const QString& id);
     void connectRunner(bool connect);
 
     CorvaneProcessRunner* runner;
@@ -177,6 +181,8 @@ private:
     // when the tool is quick. The moments stay exact across a change of daylight saving.
     int utcOffsetSeconds = 0;
     QTimer* stallCheck = nullptr;
+    // The adapters this run holds, each until its device has ended.
+    std::map<QString, std::unique_ptr<AdapterLock>> adapterLocks;
 };
 
 Q_DECLARE_METATYPE(JobDeviceRun)

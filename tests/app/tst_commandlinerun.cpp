@@ -8,6 +8,7 @@
 #include "testregistry.h"
 
 #include <QDateTime>
+#include <QProcess>
 #include <QRegularExpression>
 #include <QTest>
 #include <QTextStream>
@@ -281,6 +282,52 @@ private slots:
                  qPrintable(outcome.out));
         QCOMPARE(session.batchInvocations().size(), 1);
         QVERIFY(!session.batchInvocations().constFirst().contains(QStringLiteral("--logfile")));
+    }
+
+    // Two programs started on one bundle at once: every adapter is run by one of them,
+    // the other names it busy with the holder's process id, also for devices waiting for a slot.
+    void twoProgramsShareNoAdapter()
+    {
+        SimulatorSession::setSpeed("1");
+        const QString slow = writeBundle(
+            QStringLiteral("shared.hwj"),
+            {device(801002345, "bench-left"), device(801002346, "bench-right"), device(801017733, "rack-a1")},
+            500);
+        QProcess first, second;
+        for (QProcess* process : {&first, &second})
+            process->start(QStringLiteral(HARNWICK_PROGRAM_PATH),
+                           {"--run", slow, "--no-logs", "--concurrency", "1"});
+        // Known only while they run.
+        const qint64 pids[] = {first.processId(), second.processId()};
+        for (QProcess* process : {&first, &second})
+            QVERIFY(process->waitForFinished(60000));
+        const QString outputs[] = {QString::fromUtf8(first.readAllStandardOutput()),
+                                   QString::fromUtf8(second.readAllStandardOutput())};
+        const QString both = outputs[0] + QStringLiteral("\n----\n") + outputs[1] +
+                             QStringLiteral("\npids %1 %2").arg(pids[0]).arg(pids[1]);
+        for (const char* id : {"801002345", "801002346", "801017733"}) {
+            int ran = -1;
+            for (int index : {0, 1})
+                if (QRegularExpression(QStringLiteral("^DONE +%1 ").arg(id),
+                                       QRegularExpression::MultilineOption)
+                        .match(outputs[index])
+                        .hasMatch())
+                    ran = ran == -1 ? index : 2;
+            QVERIFY2(ran == 0 || ran == 1, qPrintable(both));
+            const QRegularExpression busy(
+                QStringLiteral("^NOT STARTED  %1  \\S+  Busy: run by another Harnwick, process %2$")
+                    .arg(id)
+                    .arg(pids[ran]),
+                QRegularExpression::MultilineOption);
+            QVERIFY2(busy.match(outputs[1 - ran]).hasMatch(), qPrintable(both));
+        }
+        QVERIFY(first.exitCode() == 1 || second.exitCode() == 1);
+        QCOMPARE(session.batchInvocations().size(), 3);
+        QStringList devices;
+        for (const QStringList& arguments : session.batchInvocations())
+            devices << arguments.value(arguments.indexOf(QStringLiteral("--serialno")) + 1);
+        devices.sort();
+        QCOMPARE(devices, QStringList({"801002345", "801002346", "801017733"}));
     }
 
     // Ctrl+C, through the real signal path: the first aborts the waiting devices,
