@@ -85,8 +85,9 @@ void CommandLineRun::printHelp()
               "  --no-logs            write no log files\n"
               "  --devices ID[,ID...] run only these devices of the bundle (serial number,\n"
               "                       or IP address for devices without one), checked or not\n"
-              "  --report FILE        write the run's report (CSV) to FILE as well; with\n"
-              "                       logging on it is always written to the log folder\n"
+              "  --report FILE        write the run's report (CSV) to FILE as well (its folder\n"
+              "                       must exist); with logging on it is always written to\n"
+              "                       the log folder\n"
               "  --help               show this help\n"
               "  --version            show the version\n"
               "\n"
@@ -145,6 +146,14 @@ int CommandLineRun::exec(const QStringList& arguments)
                               .arg(maxTimeoutSeconds)
                               .arg(parser.value(timeoutOption)));
 
+    if (parser.isSet(reportOption)) {
+        const QString problem = RunReport::pathProblem(parser.value(reportOption));
+        if (!problem.isEmpty()) {
+            err << tr("harnwick: %1").arg(problem) << Qt::endl;
+            return CannotRun;
+        }
+    }
+
     // The bundle, read as the window loads it.
     const QString shownPath = QDir::toNativeSeparators(bundlePath);
     if (!QFileInfo(bundlePath).isFile()) {
@@ -152,6 +161,8 @@ int CommandLineRun::exec(const QStringList& arguments)
             << Qt::endl;
         return CannotRun;
     }
+    // Hashed before reading: the report names the file as it was when the job was taken from it.
+    const QString fileSha256 = RunReport::sha256OfFile(bundlePath);
     BatchUtil batchUtil;
     QStringList readErrors;
     connect(&batchUtil, &BatchUtil::errorEncountered, this,
@@ -165,6 +176,8 @@ int CommandLineRun::exec(const QStringList& arguments)
             << Qt::endl;
         return CannotRun;
     }
+    request.jobFile = QFileInfo(bundlePath).absoluteFilePath();
+    request.jobFileSha256 = fileSha256;
     // The variables come from the steps as the window finds them, not from the stored list.
     request.variableNames = JobExecution::variableNamesOfSteps(request.steps);
 

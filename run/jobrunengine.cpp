@@ -3,6 +3,7 @@
 #include "adapterlock.h"
 #include "corvaneprocessrunner.h"
 #include "devicelogfiles.h"
+#include "jobhash.h"
 #include "runreport.h"
 
 #include <QCoreApplication>
@@ -144,7 +145,9 @@ bool JobRunEngine::start(const JobRunRequest& request)
         RunReport::Header header{QCoreApplication::applicationVersion(),
                                  runner->getExecutablePath(),
                                  steps,
-                                 RunReport::sha256OfFile(bundle),
+                                 request.jobFile,
+                                 request.jobFileSha256,
+                                 JobHash::sha256(request),
                                  {}};
         // Hashed as the run starts: what the devices get is what the report names.
         for (const QString& file : RunReport::filesOfSteps(steps)) {

@@ -45,6 +45,10 @@ struct JobRunRequest
     QStringList reportPaths;
     // SHA-256 of job files already read by the caller; others are read for the report.
     QHash<QString, QString> fileHashes;
+    // The job file the job came from, with its SHA-256 as it was read; both empty when
+    // the job is not (or no longer) what that file holds.
+    QString jobFile;
+    QString jobFileSha256;
 };
 
 // Where a device of a run stands.

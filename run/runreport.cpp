@@ -3,6 +3,7 @@
 #include "jobchecks.h"
 #include "jobrunengine.h"
 
+#include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDateTime>
 #include <QDir>
@@ -51,6 +52,28 @@ RunReport::~RunReport() = default;
 QString RunReport::fileName(const QDateTime& moment)
 {
     return QStringLiteral("run_%1.csv").arg(moment.toString(QStringLiteral("yyyyMMdd_HHmmss")));
+}
+
+QString RunReport::pathProblem(const QString& path)
+{
+    const QFileInfo info(path);
+    const QString shown = QDir::toNativeSeparators(path);
+    if (info.isDir())
+        return QCoreApplication::translate("RunReport", "The report \"%1\" is a folder; name a file.")
+            .arg(shown);
+    if (!info.absoluteDir().exists())
+        return QCoreApplication::translate("RunReport", "The folder of the report \"%1\" does not exist.")
+            .arg(shown);
+    // Tried rather than judged from the permissions, which the file system may overrule.
+    const bool existed = info.exists();
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append))
+        return QCoreApplication::translate("RunReport", "The report \"%1\" cannot be written: %2")
+            .arg(shown, file.errorString());
+    file.close();
+    if (!existed)
+        file.remove();
+    return QString();
 }
 
 QString RunReport::field(const QString& text)
@@ -130,7 +153,9 @@ bool RunReport::open(const QStringList& paths, const Header& header)
     text += line({QStringLiteral("Harnwick"), header.version});
     text += line({QStringLiteral("Corvane executable"), header.executable});
     text += line({QStringLiteral("Steps"), stepsInShort(header.steps)});
-    text += line({QStringLiteral("Bundle SHA-256"), header.bundleSha256});
+    text += line({QStringLiteral("Job file"), header.jobFile});
+    text += line({QStringLiteral("Job file SHA-256"), header.jobFileSha256});
+    text += line({QStringLiteral("Job SHA-256"), header.jobSha256});
     for (const auto& file : header.files)
         text += line({QStringLiteral("File SHA-256"), file.second, file.first});
     text += QLatin1String("\r\n");

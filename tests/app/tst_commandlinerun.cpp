@@ -87,6 +87,24 @@ class TestCommandLineRun : public QObject
         return written ? path : QString();
     }
 
+    static QString sha256sum(const QString& path)
+    {
+        ForkedProcess process;
+        process.start(QStringLiteral("sha256sum"), {path});
+        return process.waitForFinished(10000) ? QString::fromLatin1(process.readAllStandardOutput().left(64))
+                                              : QString();
+    }
+
+    // The report's header line that starts with `name`, without the name.
+    static QString headerValue(const QString& reportPath, const QString& name)
+    {
+        const QString text = QString::fromUtf8(BatchTestFiles::readFile(reportPath));
+        for (const QString& line : text.split(QStringLiteral("\r\n")))
+            if (line.startsWith(name + QLatin1Char(',')))
+                return line.mid(name.size() + 1);
+        return QStringLiteral("(no %1)").arg(name);
+    }
+
     // The report as a spreadsheet reads it: the run, the image's hash, one row per device.
     void checkReport(const QString& path)
     {
@@ -94,13 +112,11 @@ class TestCommandLineRun : public QObject
         QVERIFY(bytes.startsWith("\xef\xbb\xbf"));
         const QStringList lines = QString::fromUtf8(bytes.mid(3)).split(QStringLiteral("\r\n"));
         const QString image = session.filePath(QStringLiteral("app.hex"));
-        ForkedProcess sha256sum;
-        sha256sum.start(QStringLiteral("sha256sum"), {image});
-        QVERIFY(sha256sum.waitForFinished(10000));
-        const QString imageHash = QString::fromLatin1(sha256sum.readAllStandardOutput().left(64));
+        const QString imageHash = sha256sum(image);
         QVERIFY2(lines.contains(QStringLiteral("File SHA-256,%1,%2").arg(imageHash, image)),
                  qPrintable(lines.join('\n')));
-        QCOMPARE(lines.filter(QRegularExpression(QStringLiteral("^Bundle SHA-256,[0-9a-f]{64}$"))).size(), 1);
+        QVERIFY(lines.contains(QStringLiteral("Job file,%1").arg(sixDevices)));
+        QCOMPARE(lines.filter(QRegularExpression(QStringLiteral("^Job SHA-256,[0-9a-f]{64}$"))).size(), 1);
         QVERIFY(lines.contains(
             QStringLiteral("Steps,1 log_device_info; 2 wait 10; 3 run_custom_command device info "
                            "--label {{nickname}}; 4 mass_erase_target_device; 5 "
@@ -178,6 +194,14 @@ private slots:
             << QStringList{"--run", session.filePath("no-image.hwj")}
             << QStringLiteral("harnwick: Action 5: the file \"%1\" does not exist or cannot be read.")
                    .arg(session.filePath("absent.hex"));
+        QTest::newRow("report is a folder") << QStringList{"--run", six, "--report", session.filePath("")}
+                                            << QStringLiteral("is a folder; name a file.");
+        QTest::newRow("report folder missing")
+            << QStringList{"--run", six, "--report", session.filePath("absent/run.csv")}
+            << QStringLiteral("The folder of the report \"%1\" does not exist.")
+                   .arg(session.filePath("absent/run.csv"));
+        QTest::newRow("report unwritable") << QStringList{"--run", six, "--report", "/proc/harnwick-run.csv"}
+                                           << "The report \"/proc/harnwick-run.csv\" cannot be written: ";
         QTest::newRow("nothing checked")
             << QStringList{"--run", session.filePath("unchecked.hwj")} << "has no checked devices";
     }
@@ -227,6 +251,7 @@ private slots:
     {
         const QString logs = session.filePath(QStringLiteral("cli-logs"));
         const QString reportPath = session.filePath(QStringLiteral("reports/line3.csv"));
+        QDir().mkpath(session.filePath(QStringLiteral("reports")));
         Outcome outcome = run({"--run", sixDevices, "--log-dir", logs, "--timeout", "7", "--concurrency", "3",
                                "--report", reportPath});
         QCOMPARE(outcome.exitCode, 1);
@@ -282,6 +307,31 @@ private slots:
                  qPrintable(outcome.out));
         QCOMPARE(session.batchInvocations().size(), 1);
         QVERIFY(!session.batchInvocations().constFirst().contains(QStringLiteral("--logfile")));
+    }
+
+    // The report names the job file with the hash sha256sum gives, and a job hash that is the
+    // same for every run of the same job and differs for another job.
+    void reportTracesTheJobFile()
+    {
+        QStringList jobHashes;
+        for (const char* name : {"first.csv", "second.csv", "other.csv"}) {
+            const QString bundle = QLatin1String(name) == QLatin1String("other.csv") ? sixDevices : unchecked;
+            const QString report = session.filePath(QString::fromLatin1(name));
+            const Outcome outcome =
+                run({"--run", bundle, "--devices", "801002345", "--no-logs", "--report", report});
+            QCOMPARE(outcome.exitCode, 0);
+            // Archives keep times to two seconds: a hash of anything written anew for the run
+            // would differ between runs this far apart.
+            if (jobHashes.isEmpty())
+                QTest::qWait(2100);
+            QCOMPARE(headerValue(report, QStringLiteral("Job file")), bundle);
+            QCOMPARE(headerValue(report, QStringLiteral("Job file SHA-256")), sha256sum(bundle));
+            jobHashes << headerValue(report, QStringLiteral("Job SHA-256"));
+            QVERIFY2(QRegularExpression(QStringLiteral("^[0-9a-f]{64}$")).match(jobHashes.last()).hasMatch(),
+                     qPrintable(jobHashes.last()));
+        }
+        QCOMPARE(jobHashes.at(0), jobHashes.at(1));
+        QVERIFY(jobHashes.at(2) != jobHashes.at(0));
     }
 
     // Two programs started on one bundle at once: every adapter is run by one of them,
