@@ -17,6 +17,7 @@
 namespace {
 
 const QByteArray actionLineStart = QByteArrayLiteral("Running action");
+constexpr int toolTimeoutExitCode = 4;
 
 } // namespace
 
@@ -255,7 +256,8 @@ void JobRunEngine::onTaskFinished(const CorvaneProcessResult& result)
     run->elapsedMs = run->timer.isValid() ? run->timer.elapsed() : 0;
     run->finishedAt = now();
     run->exitCode = result.exitCode;
-    run->timedOut = result.timedOut;
+    // The tool ends itself at "--timeout" with an exit code of its own.
+    run->timedOut = result.timedOut || (!result.crashed && result.exitCode == toolTimeoutExitCode);
     run->output = result.stdoutData;
     run->errorOutput = result.stderrData;
     if (result.exitCode != 0 || result.crashed) {

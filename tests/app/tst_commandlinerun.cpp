@@ -132,16 +132,19 @@ class TestCommandLineRun : public QObject
         };
         QCOMPARE(rowOf("801030007").mid(0, 10),
                  QStringList({"801030007", "801030007", "", "fails", "", "USB", "failed", "2", "wait", "5"}));
-        QCOMPARE(rowOf("801030008").mid(6, 3), QStringList({"crashed", "3", "run_custom_command"}));
+        // A crash has a signal and no exit code.
+        QCOMPARE(rowOf("801030008").mid(6, 5),
+                 QStringList({"crashed", "3", "run_custom_command", "", QString::number(SIGABRT)}));
         // A nickname a spreadsheet would compute stays text.
         QCOMPARE(rowOf("801017733").value(3), QStringLiteral("'=1+2"));
         const QStringList done = rowOf("801020001");
         QCOMPARE(done.mid(1, 8),
                  QStringList({"801020001", "192.0.2.20", "bench-dual", "", "IP", "done", "", ""}));
-        QVERIFY(QDateTime::fromString(done.value(10), Qt::ISODateWithMs).isValid());
-        QVERIFY2(done.value(10).contains(QRegularExpression(QStringLiteral("(Z|[+-]\\d\\d:\\d\\d)$"))),
-                 qPrintable(done.value(10)));
-        QVERIFY(done.value(13).endsWith(QStringLiteral("801020001.txt")));
+        QCOMPARE(done.mid(9, 2), QStringList({"0", ""}));
+        QVERIFY(QDateTime::fromString(done.value(11), Qt::ISODateWithMs).isValid());
+        QVERIFY2(done.value(11).contains(QRegularExpression(QStringLiteral("(Z|[+-]\\d\\d:\\d\\d)$"))),
+                 qPrintable(done.value(11)));
+        QVERIFY(done.value(14).endsWith(QStringLiteral("801020001.txt")));
     }
 
 private slots:
@@ -226,9 +229,30 @@ private slots:
         file.close();
         Outcome outcome = run({QStringLiteral("--run"), corrupt});
         QCOMPARE(outcome.exitCode, 2);
-        QVERIFY2(outcome.err.startsWith(
-                     QStringLiteral("harnwick: Cannot read the job bundle \"%1\": ").arg(corrupt)),
+        QCOMPARE(outcome.err,
+                 QStringLiteral("harnwick: %1 is not a valid job bundle (not a zip archive): it has no zip "
+                                "directory\n")
+                     .arg(corrupt));
+        QFile empty(session.filePath(QStringLiteral("empty.hwj")));
+        QVERIFY(empty.open(QIODevice::WriteOnly));
+        empty.close();
+        outcome = run({QStringLiteral("--run"), empty.fileName()});
+        QVERIFY2(outcome.exitCode == 2 &&
+                     outcome.err.contains(QStringLiteral("(not a zip archive): the file is empty")),
                  qPrintable(outcome.err));
+        // An archive that holds no job: named as such, without the unpacking's command or temporary paths.
+        const QString stray = session.filePath(QStringLiteral("stray.hwj"));
+        ForkedProcess zip;
+        zip.start(QStringLiteral("zip"),
+                  {QStringLiteral("-j"), stray, session.filePath(QStringLiteral("fleet.yaml"))});
+        QVERIFY(zip.waitForFinished(10000) && QFileInfo(stray).isFile());
+        outcome = run({QStringLiteral("--run"), stray});
+        QCOMPARE(outcome.exitCode, 2);
+        QVERIFY2(
+            outcome.err.startsWith(QStringLiteral("harnwick: %1 is not a valid job bundle: ").arg(stray)) &&
+                !outcome.err.contains(session.temporaryFolder()) &&
+                !outcome.err.contains(QStringLiteral("unzip")),
+            qPrintable(outcome.err));
 
         // An executable that does not answer "batch -h" runs nothing.
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
@@ -236,6 +260,18 @@ private slots:
         outcome = run({QStringLiteral("--run"), sixDevices});
         QCOMPARE(outcome.exitCode, 2);
         QVERIFY2(outcome.err.contains(QStringLiteral("The Corvane executable \"/bin/false\" cannot be run")),
+                 qPrintable(outcome.err));
+        // --corvane names the executable for the run, over the setting.
+        outcome = run({"--run", unchecked, "--devices", "801002345", "--no-logs", "--corvane",
+                       TestEnvironment::simulatorPath()});
+        QCOMPARE(outcome.exitCode, 0);
+        QCOMPARE(session.batchInvocations().size(), 1);
+        session.clearRecord();
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
+                                 TestEnvironment::simulatorPath());
+        outcome = run({"--run", sixDevices, "--corvane", "/bin/false"});
+        QVERIFY2(outcome.exitCode == 2 && outcome.err.contains(QStringLiteral(
+                                              "The Corvane executable \"/bin/false\" cannot be run")),
                  qPrintable(outcome.err));
 
         outcome = run({QStringLiteral("--help")});
@@ -305,6 +341,10 @@ private slots:
         QCOMPARE(outcome.exitCode, 0);
         QVERIFY2(outcome.out.startsWith(QStringLiteral("DONE         801002345  bench-left  ")),
                  qPrintable(outcome.out));
+        QVERIFY2(
+            outcome.out.contains(QStringLiteral("\n1 device: 1 done, 0 failed, 0 crashed, 0 aborted, 0 not "
+                                                "started, in ")),
+            qPrintable(outcome.out));
         QCOMPARE(session.batchInvocations().size(), 1);
         QVERIFY(!session.batchInvocations().constFirst().contains(QStringLiteral("--logfile")));
     }
@@ -332,6 +372,35 @@ private slots:
         }
         QCOMPARE(jobHashes.at(0), jobHashes.at(1));
         QVERIFY(jobHashes.at(2) != jobHashes.at(0));
+    }
+
+    // Without any display, a window is not attempted; a platform named in any way lets it be.
+    void noDisplay()
+    {
+        const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+        const QByteArray display = qgetenv("DISPLAY");
+        const QByteArray wayland = qgetenv("WAYLAND_DISPLAY");
+        for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
+            qunsetenv(name);
+        const QString none = CommandLineRun::noDisplayMessage({"harnwick", "line3.hwj"});
+        const QString noJob = CommandLineRun::noDisplayMessage({"harnwick"});
+        const QString platformArgument =
+            CommandLineRun::noDisplayMessage({"harnwick", "-platform", "offscreen", "line3.hwj"});
+        qputenv("WAYLAND_DISPLAY", "wayland-0");
+        const QString withWayland = CommandLineRun::noDisplayMessage({"harnwick", "line3.hwj"});
+        qunsetenv("WAYLAND_DISPLAY");
+        qputenv("DISPLAY", ":0");
+        const QString withX = CommandLineRun::noDisplayMessage({"harnwick", "line3.hwj"});
+        qputenv("QT_QPA_PLATFORM", platform);
+        display.isNull() ? qunsetenv("DISPLAY") : qputenv("DISPLAY", display);
+        if (!wayland.isNull())
+            qputenv("WAYLAND_DISPLAY", wayland);
+        QCOMPARE(none, QStringLiteral(
+                           "harnwick: no display: use harnwick --run line3.hwj to run it without a window"));
+        QVERIFY(noJob.contains(QStringLiteral("harnwick --run JOB.hwj")));
+        QCOMPARE(platformArgument, QString());
+        QCOMPARE(withWayland, QString());
+        QCOMPARE(withX, QString());
     }
 
     // Two programs started on one bundle at once: every adapter is run by one of them,
