@@ -28,10 +28,13 @@ QString notArchiveReason(const QString& path)
 
 QStringList userFacingMessages(const QStringList& messages)
 {
-    const QString temporary = QDir::tempPath();
+    // The reader's folders are temporary folders named after the program; the user's own files
+    // may well lie in the temporary folder too, and stay named.
+    const QString folders =
+        QDir::tempPath() + QLatin1Char('/') + QCoreApplication::applicationName() + QLatin1Char('-');
     QStringList kept;
     for (const QString& message : messages)
-        if (!message.contains(temporary) && !message.contains(QDir::toNativeSeparators(temporary)))
+        if (!message.contains(folders) && !message.contains(QDir::toNativeSeparators(folders)))
             kept << message;
     return kept;
 }

@@ -253,6 +253,20 @@ private slots:
                 !outcome.err.contains(session.temporaryFolder()) &&
                 !outcome.err.contains(QStringLiteral("unzip")),
             qPrintable(outcome.err));
+        // An archive's end record and nothing before it: the unpacking itself fails, and is
+        // told with the file's name, not the command's.
+        QFile endOnly(session.filePath(QStringLiteral("end-only.hwj")));
+        QVERIFY(endOnly.open(QIODevice::WriteOnly) &&
+                endOnly.write(QByteArray(64, 'x') + QByteArray("PK\x05\x06") + QByteArray(18, '\0')) > 0);
+        endOnly.close();
+        outcome = run({QStringLiteral("--run"), endOnly.fileName()});
+        QCOMPARE(outcome.exitCode, 2);
+        QVERIFY2(outcome.err.startsWith(
+                     QStringLiteral("harnwick: %1 is not a valid job bundle: ").arg(endOnly.fileName())) &&
+                     outcome.err.contains(QStringLiteral("'%1'").arg(endOnly.fileName())) &&
+                     !outcome.err.contains(session.temporaryFolder() + QStringLiteral("/Harnwick-")) &&
+                     !outcome.err.contains(QStringLiteral("unzip")),
+                 qPrintable(outcome.err));
 
         // An executable that does not answer "batch -h" runs nothing.
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
