@@ -179,8 +179,8 @@ bool JobRunEngine::start(const JobRunRequest& request)
             runner->enqueueTask(CorvaneProcessTask{run.id, base + run.arguments, 0});
     connectRunner(true);
     if (ids.isEmpty()) {
-        // Every adapter is busy elsewhere: the run is over before it began.
-        onAllTasksFinished();
+        // Every adapter is busy elsewhere: the run ends as soon as the caller has seen it start.
+        QMetaObject::invokeMethod(this, &JobRunEngine::onAllTasksFinished, Qt::QueuedConnection);
         return true;
     }
     runner->start();

@@ -1,5 +1,7 @@
 #include "../actions/actionpagehelpers.h"
 #include "../batch/batchtestfiles.h"
+#include "../devices/devicepagehelpers.h"
+#include "adapterlock.h"
 #include "bulkoperationswidget.h"
 #include "jobrunengine.h"
 #include "settingsutil.h"
@@ -11,7 +13,8 @@
 #include <QSignalSpy>
 #include <QTest>
 
-// The page's run report names the job file only while the job is what that file holds.
+// What the page's run has to do with what is outside it: the job file its report names
+// (only while the job is what that file holds), and adapters another Harnwick runs.
 class TestJobFileOrigin : public QObject
 {
     Q_OBJECT
@@ -60,6 +63,33 @@ private slots:
         QCOMPARE(runAndReadOrigin(loaded), QStringList({saved, savedHash}));
         ActionPage::addTyped(loaded, BulkAction::LogDeviceInfo);
         QCOMPARE(runAndReadOrigin(loaded), QStringList({QString(), QString()}));
+        TestEnvironment::clearSettings();
+    }
+
+    // Every checked adapter busy elsewhere: the rows say who has them, the run ends at once
+    // and the page is ready for the next.
+    void busyAdaptersAreNotStarted()
+    {
+        TestEnvironment::clearSettings();
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
+                                 TestEnvironment::simulatorPath());
+        SettingsUtil::setSetting(Settings::loggingGroup, Settings::loggingEnabledKey, false);
+        session.clearRecord();
+        BulkOperationsWidget page;
+        page.addDeviceToTable(QStringLiteral("801002345"), QString(), QString(), QString(), true, false, true,
+                              true);
+        ActionPage::addTyped(page, BulkAction::LogDeviceInfo);
+        AdapterLock elsewhere; // another open file of the lock: as another process holds it
+        QVERIFY(elsewhere.tryLock(QStringLiteral("801002345")));
+        QSignalSpy finished(page.jobRun(), &JobRunEngine::runFinished);
+        ActionPage::runButton(page)->click();
+        QVERIFY(finished.wait(10000));
+        QCOMPARE(DevicePage::text(page, 0, DeviceStatusColumn),
+                 QStringLiteral("ERROR: Busy: run by another Harnwick, process %1")
+                     .arg(QCoreApplication::applicationPid()));
+        QCOMPARE(page.jobRun()->counts().notStarted, 1);
+        QCOMPARE(ActionPage::runButton(page)->text(), QStringLiteral("Run"));
+        QVERIFY(session.batchInvocations().isEmpty());
         TestEnvironment::clearSettings();
     }
 };
