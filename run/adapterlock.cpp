@@ -40,7 +40,11 @@ AdapterLock::~AdapterLock()
 
 QString AdapterLock::lockFolder()
 {
-    QString base = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+    // Without the variable Qt would make a folder of its own and warn on the error stream,
+    // which a headless run's output should not carry.
+    QString base = qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")
+                       ? QString()
+                       : QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
     if (base.isEmpty() || !QFileInfo(base).isDir()) {
         // A folder of this user's own: another user must not be able to hold our adapters' locks.
         base = QDir::tempPath() + QStringLiteral("/harnwick-runtime-%1").arg(::getuid());
