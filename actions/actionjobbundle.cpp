@@ -6,8 +6,10 @@
 #include "dynamiccombobox.h"
 #include "jobchecks.h"
 #include "jobrunengine.h"
+#include "runreport.h"
 
 #include <QComboBox>
+#include <QFileInfo>
 #include <QGroupBox>
 #include <QStandardItemModel>
 
@@ -46,7 +48,9 @@ bool BulkOperationsWidget::prepareBatchJobFile(const QString& path, QStringList&
 void BulkOperationsWidget::saveBatchJob(const QString& path)
 {
     QStringList variableNames;
-    prepareBatchJobFile(path, variableNames);
+    if (prepareBatchJobFile(path, variableNames))
+        jobOrigin = {QFileInfo(path).absoluteFilePath(), RunReport::sha256OfFile(path),
+                     JobHash::sha256(jobOnPage())};
 }
 
 void BulkOperationsWidget::loadBatchJob(const QString& path)
@@ -57,6 +61,8 @@ void BulkOperationsWidget::loadBatchJob(const QString& path)
     QString debugInterface;
     int speed = 0;
     QStringList variableNames;
+    // The file's hash as it is read: the run report names the file the job came from.
+    const QString fileSha256 = RunReport::sha256OfFile(path);
     // A bundle that cannot be read leaves the page as it was; the reader reports why.
     if (!batchUtil.bundleRead(path, steps, devices, applied, debugInterface, speed, variableNames))
         return;
@@ -79,4 +85,5 @@ void BulkOperationsWidget::loadBatchJob(const QString& path)
     deviceSelectorEndRowBatch();
 
     actionSelectorRestoreActionsFromSteps(steps);
+    jobOrigin = {QFileInfo(path).absoluteFilePath(), fileSha256, JobHash::sha256(jobOnPage())};
 }

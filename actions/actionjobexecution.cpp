@@ -87,6 +87,11 @@ void BulkOperationsWidget::runJob(const QList<int>& rows)
     }
     // The guard has just read every file: the report takes those hashes rather than reading them again.
     request.fileHashes = jobFileGuard.hashes();
+    // The report names the job file only while the job is still what was loaded or saved.
+    if (!jobOrigin.path.isEmpty() && JobHash::sha256(request) == jobOrigin.jobSha256) {
+        request.jobFile = jobOrigin.path;
+        request.jobFileSha256 = jobOrigin.fileSha256;
+    }
     request.logging = loggingIsEnabled();
     request.logDirectory = Settings::logFileDirectory();
     request.timeoutSeconds = Settings::processTimeoutSeconds();

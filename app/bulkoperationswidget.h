@@ -4,6 +4,7 @@
 #include "corvaneprocessresult.h"
 #include "fileguard.h"
 #include "jobexecution.h"
+#include "jobhash.h"
 #include "pageoperation.h"
 #include "ziputil.h"
 
@@ -315,6 +316,8 @@ private:
     JobRunEngine* jobRunEngine = nullptr;
     // The content of the job's files as the job was loaded or edited.
     FileGuard jobFileGuard;
+    // Where the job was last loaded from or saved to, for the run report.
+    JobFileOrigin jobOrigin;
     PageOperation operation = PageOperation::Idle;
     // The newest output line of each running device, shown on the next refresh.
     LatestLines* latestLines = nullptr;

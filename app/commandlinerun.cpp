@@ -1,6 +1,7 @@
 #include "commandlinerun.h"
 
 #include "batchutil.h"
+#include "bundlearchive.h"
 #include "corvaneexecutable.h"
 #include "corvaneprocessrunner.h"
 #include "jobchecks.h"
@@ -31,6 +32,7 @@ const QString logDirOption = QStringLiteral("log-dir");
 const QString noLogsOption = QStringLiteral("no-logs");
 const QString devicesOption = QStringLiteral("devices");
 const QString reportOption = QStringLiteral("report");
+const QString corvaneOption = QStringLiteral("corvane");
 const QString helpOption = QStringLiteral("help");
 const QString versionOption = QStringLiteral("version");
 
@@ -61,6 +63,22 @@ bool CommandLineRun::isCommandLine(const QStringList& arguments)
     return false;
 }
 
+QString CommandLineRun::noDisplayMessage(const QStringList& arguments)
+{
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        if (!qEnvironmentVariableIsEmpty(name))
+            return QString();
+    QString job;
+    for (const QString& argument : arguments.mid(1)) {
+        if (argument == QLatin1String("-platform") || argument.startsWith(QLatin1String("-platform=")))
+            return QString();
+        if (job.isEmpty() && !argument.startsWith(QLatin1Char('-')))
+            job = argument;
+    }
+    return tr("harnwick: no display: use harnwick --run %1 to run it without a window")
+        .arg(job.isEmpty() ? QStringLiteral("JOB.hwj") : job);
+}
+
 int CommandLineRun::usageError(const QString& message)
 {
     err << tr("harnwick: %1").arg(message) << '\n'
@@ -85,8 +103,11 @@ void CommandLineRun::printHelp()
               "  --no-logs            write no log files\n"
               "  --devices ID[,ID...] run only these devices of the bundle (serial number,\n"
               "                       or IP address for devices without one), checked or not\n"
-              "  --report FILE        write the run's report (CSV) to FILE as well; with\n"
-              "                       logging on it is always written to the log folder\n"
+              "  --corvane PATH       the Corvane executable for this run (instead of the\n"
+              "                       one set in the window's settings)\n"
+              "  --report FILE        write the run's report (CSV) to FILE as well (its folder\n"
+              "                       must exist); with logging on it is always written to\n"
+              "                       the log folder\n"
               "  --help               show this help\n"
               "  --version            show the version\n"
               "\n"
@@ -111,6 +132,7 @@ int CommandLineRun::exec(const QStringList& arguments)
                        {noLogsOption, QString()},
                        {devicesOption, QString(), QStringLiteral("ids")},
                        {reportOption, QString(), QStringLiteral("file")},
+                       {corvaneOption, QString(), QStringLiteral("path")},
                        {helpOption, QString()},
                        {versionOption, QString()}});
     if (!parser.parse(arguments))
@@ -145,6 +167,14 @@ int CommandLineRun::exec(const QStringList& arguments)
                               .arg(maxTimeoutSeconds)
                               .arg(parser.value(timeoutOption)));
 
+    if (parser.isSet(reportOption)) {
+        const QString problem = RunReport::pathProblem(parser.value(reportOption));
+        if (!problem.isEmpty()) {
+            err << tr("harnwick: %1").arg(problem) << Qt::endl;
+            return CannotRun;
+        }
+    }
+
     // The bundle, read as the window loads it.
     const QString shownPath = QDir::toNativeSeparators(bundlePath);
     if (!QFileInfo(bundlePath).isFile()) {
@@ -152,6 +182,14 @@ int CommandLineRun::exec(const QStringList& arguments)
             << Qt::endl;
         return CannotRun;
     }
+    const QString notArchive = BundleArchive::notArchiveReason(bundlePath);
+    if (!notArchive.isEmpty()) {
+        err << tr("harnwick: %1 is not a valid job bundle (not a zip archive): %2").arg(shownPath, notArchive)
+            << Qt::endl;
+        return CannotRun;
+    }
+    // Hashed before reading: the report names the file as it was when the job was taken from it.
+    const QString fileSha256 = RunReport::sha256OfFile(bundlePath);
     BatchUtil batchUtil;
     QStringList readErrors;
     connect(&batchUtil, &BatchUtil::errorEncountered, this,
@@ -160,11 +198,16 @@ int CommandLineRun::exec(const QStringList& arguments)
     QStringList storedVariables;
     if (!batchUtil.bundleRead(bundlePath, request.steps, request.bundleDevices, request.debugOptionsApplied,
                               request.debugInterface, request.debugSpeed, storedVariables)) {
-        err << tr("harnwick: Cannot read the job bundle \"%1\": %2")
-                   .arg(shownPath, readErrors.join(QLatin1Char(' ')))
+        // An archive the reader cannot unpack is not a bundle either; its own commands stay out.
+        const QStringList details = BundleArchive::userFacingMessages(readErrors);
+        err << tr("harnwick: %1 is not a valid job bundle: %2")
+                   .arg(shownPath,
+                        details.isEmpty() ? tr("it cannot be unpacked.") : details.join(QLatin1Char(' ')))
             << Qt::endl;
         return CannotRun;
     }
+    request.jobFile = QFileInfo(bundlePath).absoluteFilePath();
+    request.jobFileSha256 = fileSha256;
     // The variables come from the steps as the window finds them, not from the stored list.
     request.variableNames = JobExecution::variableNamesOfSteps(request.steps);
 
@@ -208,10 +251,12 @@ int CommandLineRun::exec(const QStringList& arguments)
     runner = new CorvaneProcessRunner(this);
     if (concurrency > 0)
         runner->overrideMaxConcurrentProcesses(concurrency);
+    if (parser.isSet(corvaneOption))
+        runner->overrideExecutablePath(parser.value(corvaneOption));
     const QString executable = runner->getExecutablePath();
     if (!CorvaneExecutable::answersBatchHelp(executable)) {
         err << tr("harnwick: The Corvane executable \"%1\" cannot be run (it must answer \"batch -h\"). Set "
-                  "its path in the window's Settings menu.")
+                  "its path with --corvane PATH or in the window's Settings menu.")
                    .arg(QDir::toNativeSeparators(executable))
             << Qt::endl;
         return CannotRun;
@@ -234,8 +279,10 @@ int CommandLineRun::exec(const QStringList& arguments)
             [this](const QString& message) { printLine(tr("harnwick: %1").arg(message), err); });
     connect(engine, &JobRunEngine::deviceRefused, this,
             [this, &refused](const QString& id, const QString& why) {
-                ++refused;
-                printLine(outcomeLine(tr("NOT STARTED"), id, QStringLiteral("-"), why), out);
+                // A busy device stays among the run's devices as not started; others leave it.
+                if (!engine->device(id))
+                    ++refused;
+                printLine(outcomeLine(tr("NOT STARTED"), id, nicknameOf(id), why), out);
             });
     connect(engine, &JobRunEngine::deviceFinished, this, &CommandLineRun::printOutcome);
     connect(engine, &JobRunEngine::deviceAborted, this, &CommandLineRun::printAborted);
@@ -259,11 +306,14 @@ int CommandLineRun::exec(const QStringList& arguments)
         progressTimer->stop();
 
     for (const JobDeviceRun& run : engine->devices())
-        if (run.state == JobDeviceState::NotStarted)
+        if (run.state == JobDeviceState::NotStarted && run.refusal.isEmpty())
             printLine(outcomeLine(tr("NOT STARTED"), run.id, nicknameOf(run.id)), out);
     const JobRunCounts counts = engine->counts();
-    printLine(tr("%1 devices: %2 done, %3 failed, %4 crashed, %5 aborted, %6 not started, in %7")
-                  .arg(counts.total() + refused)
+    const int devices = counts.total() + refused;
+    printLine((devices == 1
+                   ? tr("%1 device: %2 done, %3 failed, %4 crashed, %5 aborted, %6 not started, in %7")
+                   : tr("%1 devices: %2 done, %3 failed, %4 crashed, %5 aborted, %6 not started, in %7"))
+                  .arg(devices)
                   .arg(counts.done)
                   .arg(counts.failed)
                   .arg(counts.crashed)

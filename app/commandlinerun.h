@@ -31,6 +31,9 @@ public:
 
     // True when the arguments ask for the command line rather than the window.
     static bool isCommandLine(const QStringList& arguments);
+    // What to say instead of opening a window when there is no display to open it on
+    // (no X11 or Wayland display and no Qt platform named); empty when there is one.
+    static QString noDisplayMessage(const QStringList& arguments);
 
     // Runs what the arguments (program name first) ask for; returns the exit status.
     int exec(const QStringList& arguments);

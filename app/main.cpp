@@ -67,6 +67,12 @@ int main(int argc, char** argv)
         arguments << QString::fromLocal8Bit(argv[i]);
     if (CommandLineRun::isCommandLine(arguments))
         return runFromCommandLine(argc, argv);
+    // Without a display the window would die in Qt's platform plugin with an abort.
+    const QString noDisplay = CommandLineRun::noDisplayMessage(arguments);
+    if (!noDisplay.isEmpty()) {
+        QTextStream(stderr) << noDisplay << Qt::endl;
+        return CommandLineRun::CannotRun;
+    }
 
     QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);

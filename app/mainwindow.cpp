@@ -1,6 +1,7 @@
 #include "mainwindow.h"
 
 #include "aboutbox.h"
+#include "adapterlock.h"
 #include "bulkoperationswidget.h"
 #include "jobrunengine.h"
 #include "outputviewerdialog.h"
@@ -52,6 +53,10 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
     const QString session = lastSessionPath();
     if (QFile::exists(session))
         bulkOperationsWidget->loadBatchJob(session);
+    // A window closed mid-run may still be finishing its devices in the background.
+    const QString busy = AdapterLock::heldElsewhereText(AdapterLock::heldElsewhere());
+    if (!busy.isEmpty())
+        emit bulkOperationsWidget->errorEncountered(busy);
 
     bulkOperationsWidget->show();
     adjustSize();

@@ -87,7 +87,13 @@ void CorvaneProcessRunner::setMaxConcurrentProcesses(int count)
 
 void CorvaneProcessRunner::refreshExecutablePath()
 {
-    setExecutablePath(Settings::executable());
+    setExecutablePath(executableOverride.isEmpty() ? Settings::executable() : executableOverride);
+}
+
+void CorvaneProcessRunner::overrideExecutablePath(const QString& path)
+{
+    executableOverride = path;
+    refreshExecutablePath();
 }
 
 void CorvaneProcessRunner::refreshMaxConcurrentProcesses()

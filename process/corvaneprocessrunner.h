@@ -32,6 +32,9 @@ public:
     // A limit that wins over the setting until set back to 0 (headless runs
     // take it from their command line).
     void overrideMaxConcurrentProcesses(int count);
+    // An executable that wins over the setting until set back to empty (headless runs
+    // may name one on their command line).
+    void overrideExecutablePath(const QString& path);
     QString getExecutablePath() const;
 
     int queuedTaskCount() const { return queue.size(); }
@@ -57,6 +60,7 @@ public slots:
     void killRunningProcesses();
 
 private:
+    QString executableOverride;
     struct ProcessState
     {
         SpawnedProcess* process = nullptr;

@@ -1,7 +1,9 @@
 #include "jobrunengine.h"
 
+#include "adapterlock.h"
 #include "corvaneprocessrunner.h"
 #include "devicelogfiles.h"
+#include "jobhash.h"
 #include "runreport.h"
 
 #include <QCoreApplication>
@@ -15,6 +17,7 @@
 namespace {
 
 const QByteArray actionLineStart = QByteArrayLiteral("Running action");
+constexpr int toolTimeoutExitCode = 4;
 
 } // namespace
 
@@ -106,12 +109,28 @@ bool JobRunEngine::start(const JobRunRequest& request)
         return false;
     }
 
+    // Every adapter is taken now, also those waiting for a slot: another Harnwick must not
+    // start one of them meanwhile.
+    adapterLocks.clear();
+    for (JobDeviceRun& run : queued) {
+        auto lock = std::make_unique<AdapterLock>();
+        if (lock->tryLock(run.id) || !lock->isBusy()) {
+            adapterLocks[run.id] = std::move(lock);
+            continue;
+        }
+        run.state = JobDeviceState::NotStarted;
+        run.refusal =
+            QCoreApplication::translate("BulkOperationsWidget", "Busy: run by another Harnwick, process %1")
+                .arg(lock->holderPid());
+    }
+
     runs = queued;
     indexOf.clear();
     QStringList ids;
     for (int index = 0; index < runs.size(); ++index) {
         indexOf.insert(runs.at(index).id, index);
-        ids << runs.at(index).id;
+        if (runs.at(index).refusal.isEmpty())
+            ids << runs.at(index).id;
     }
     folder = std::move(directory);
     bundle = path;
@@ -127,7 +146,9 @@ bool JobRunEngine::start(const JobRunRequest& request)
         RunReport::Header header{QCoreApplication::applicationVersion(),
                                  runner->getExecutablePath(),
                                  steps,
-                                 RunReport::sha256OfFile(bundle),
+                                 request.jobFile,
+                                 request.jobFileSha256,
+                                 JobHash::sha256(request),
                                  {}};
         // Hashed as the run starts: what the devices get is what the report names.
         for (const QString& file : RunReport::filesOfSteps(steps)) {
@@ -142,13 +163,26 @@ bool JobRunEngine::start(const JobRunRequest& request)
             report.reset();
     }
     emit runStarting(ids);
+    for (const JobDeviceRun& run : qAsConst(runs)) {
+        if (run.refusal.isEmpty())
+            continue;
+        if (report)
+            report->addDevice(run, steps);
+        emit deviceRefused(run.id, run.refusal);
+    }
 
     runner->clearQueue();
     const QStringList base{QStringLiteral("batch"), bundle};
     // The tool ends itself at "--timeout"; the runner sets no timer of its own for jobs.
     for (const JobDeviceRun& run : qAsConst(runs))
-        runner->enqueueTask(CorvaneProcessTask{run.id, base + run.arguments, 0});
+        if (run.refusal.isEmpty())
+            runner->enqueueTask(CorvaneProcessTask{run.id, base + run.arguments, 0});
     connectRunner(true);
+    if (ids.isEmpty()) {
+        // Every adapter is busy elsewhere: the run ends as soon as the caller has seen it start.
+        QMetaObject::invokeMethod(this, &JobRunEngine::onAllTasksFinished, Qt::QueuedConnection);
+        return true;
+    }
     runner->start();
     // A start failure leaves the queue waiting for a finish that never comes.
     stallCheck->start();
@@ -166,6 +200,11 @@ void JobRunEngine::connectRunner(bool on)
     connect(runner, &CorvaneProcessRunner::taskFinished, this, &JobRunEngine::onTaskFinished);
     connect(runner, &CorvaneProcessRunner::taskAborted, this, &JobRunEngine::onTaskAborted);
     connect(runner, &CorvaneProcessRunner::allTasksFinished, this, &JobRunEngine::onAllTasksFinished);
+}
+
+void JobRunEngine::releaseAdapter(const QString& id)
+{
+    adapterLocks.erase(id);
 }
 
 JobDeviceRun* JobRunEngine::find(const QString& id)
@@ -217,7 +256,8 @@ void JobRunEngine::onTaskFinished(const CorvaneProcessResult& result)
     run->elapsedMs = run->timer.isValid() ? run->timer.elapsed() : 0;
     run->finishedAt = now();
     run->exitCode = result.exitCode;
-    run->timedOut = result.timedOut;
+    // The tool ends itself at "--timeout" with an exit code of its own.
+    run->timedOut = result.timedOut || (!result.crashed && result.exitCode == toolTimeoutExitCode);
     run->output = result.stdoutData;
     run->errorOutput = result.stderrData;
     if (result.exitCode != 0 || result.crashed) {
@@ -229,6 +269,7 @@ void JobRunEngine::onTaskFinished(const CorvaneProcessResult& result)
     } else {
         run->state = JobDeviceState::Done;
     }
+    releaseAdapter(run->id);
     if (report)
         report->addDevice(*run, steps);
     emit deviceFinished(*run);
@@ -240,6 +281,7 @@ void JobRunEngine::onTaskAborted(const QString& id)
     if (!run)
         return;
     run->state = JobDeviceState::Aborted;
+    releaseAdapter(id);
     if (report)
         report->addDevice(*run, steps);
     emit deviceAborted(id);
@@ -250,6 +292,7 @@ void JobRunEngine::onAllTasksFinished()
     if (!running)
         return;
     // A device whose process could not start was dropped without a word.
+    adapterLocks.clear();
     for (JobDeviceRun& run : runs) {
         if (run.state != JobDeviceState::Waiting && run.state != JobDeviceState::Running)
             continue;

@@ -11,8 +11,10 @@
 #include <QStringList>
 #include <QVector>
 
+#include <map>
 #include <memory>
 
+class AdapterLock;
 class CorvaneProcessRunner;
 class QTemporaryDir;
 class QTimer;
@@ -43,6 +45,10 @@ struct JobRunRequest
     QStringList reportPaths;
     // SHA-256 of job files already read by the caller; others are read for the report.
     QHash<QString, QString> fileHashes;
+    // The job file the job came from, with its SHA-256 as it was read; both empty when
+    // the job is not (or no longer) what that file holds.
+    QString jobFile;
+    QString jobFileSha256;
 };
 
 // Where a device of a run stands.
@@ -64,6 +70,7 @@ struct JobDeviceRun
     JobDevice device;
     QStringList arguments; // the device's own arguments, after "batch" and the bundle
     QString logFile;       // empty without logging
+    QString refusal;       // why it was not started, when refused as the run started
     JobDeviceState state = JobDeviceState::Waiting;
     // The action the device runs (or ran last); -1 before the first one.
     int action = -1;
@@ -157,6 +164,7 @@ private:
     void endIfStalled();
     QDateTime now() const;
     JobDeviceRun* find(const QString& id);
+    void releaseAdapter(const QString& id);
     void connectRunner(bool connect);
 
     CorvaneProcessRunner* runner;
@@ -177,6 +185,8 @@ private:
     // when the tool is quick. The moments stay exact across a change of daylight saving.
     int utcOffsetSeconds = 0;
     QTimer* stallCheck = nullptr;
+    // The adapters this run holds, each until its device has ended.
+    std::map<QString, std::unique_ptr<AdapterLock>> adapterLocks;
 };
 
 Q_DECLARE_METATYPE(JobDeviceRun)

@@ -3,6 +3,7 @@
 #include "jobchecks.h"
 #include "jobrunengine.h"
 
+#include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDateTime>
 #include <QDir>
@@ -11,9 +12,11 @@
 
 namespace {
 
-QString outcomeWord(JobDeviceState state)
+QString outcomeWord(const JobDeviceRun& run)
 {
-    switch (state) {
+    if (run.timedOut && (run.state == JobDeviceState::Failed || run.state == JobDeviceState::Crashed))
+        return QStringLiteral("timed out");
+    switch (run.state) {
     case JobDeviceState::Done:
         return QStringLiteral("done");
     case JobDeviceState::Failed:
@@ -51,6 +54,28 @@ RunReport::~RunReport() = default;
 QString RunReport::fileName(const QDateTime& moment)
 {
     return QStringLiteral("run_%1.csv").arg(moment.toString(QStringLiteral("yyyyMMdd_HHmmss")));
+}
+
+QString RunReport::pathProblem(const QString& path)
+{
+    const QFileInfo info(path);
+    const QString shown = QDir::toNativeSeparators(path);
+    if (info.isDir())
+        return QCoreApplication::translate("RunReport", "The report \"%1\" is a folder; name a file.")
+            .arg(shown);
+    if (!info.absoluteDir().exists())
+        return QCoreApplication::translate("RunReport", "The folder of the report \"%1\" does not exist.")
+            .arg(shown);
+    // Tried rather than judged from the permissions, which the file system may overrule.
+    const bool existed = info.exists();
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append))
+        return QCoreApplication::translate("RunReport", "The report \"%1\" cannot be written: %2")
+            .arg(shown, file.errorString());
+    file.close();
+    if (!existed)
+        file.remove();
+    return QString();
 }
 
 QString RunReport::field(const QString& text)
@@ -130,15 +155,18 @@ bool RunReport::open(const QStringList& paths, const Header& header)
     text += line({QStringLiteral("Harnwick"), header.version});
     text += line({QStringLiteral("Corvane executable"), header.executable});
     text += line({QStringLiteral("Steps"), stepsInShort(header.steps)});
-    text += line({QStringLiteral("Bundle SHA-256"), header.bundleSha256});
+    text += line({QStringLiteral("Job file"), header.jobFile});
+    text += line({QStringLiteral("Job file SHA-256"), header.jobFileSha256});
+    text += line({QStringLiteral("Job SHA-256"), header.jobSha256});
     for (const auto& file : header.files)
         text += line({QStringLiteral("File SHA-256"), file.second, file.first});
     text += QLatin1String("\r\n");
     text += line({QStringLiteral("Device id"), QStringLiteral("Serial number"), QStringLiteral("IP address"),
                   QStringLiteral("Nickname"), QStringLiteral("Target part"), QStringLiteral("Connection"),
                   QStringLiteral("Outcome"), QStringLiteral("Failed action"),
-                  QStringLiteral("Failed action type"), QStringLiteral("Exit code"), QStringLiteral("Start"),
-                  QStringLiteral("End"), QStringLiteral("Elapsed ms"), QStringLiteral("Log file")});
+                  QStringLiteral("Failed action type"), QStringLiteral("Exit code"), QStringLiteral("Signal"),
+                  QStringLiteral("Start"), QStringLiteral("End"), QStringLiteral("Elapsed ms"),
+                  QStringLiteral("Log file")});
     write(text);
     return true;
 }
@@ -147,17 +175,23 @@ void RunReport::addDevice(const JobDeviceRun& run, const QList<QMap<QString, QVa
 {
     const bool ended = run.state == JobDeviceState::Done || run.state == JobDeviceState::Failed ||
                        run.state == JobDeviceState::Crashed || run.finishedAt.isValid();
+    // A process ended by a signal has no exit code; the runner hands on the signal's number in its place.
+    // A running device aborted on request was ended by one as well.
+    const bool signalled = run.state == JobDeviceState::Crashed ||
+                           (run.state == JobDeviceState::Aborted && run.finishedAt.isValid());
     const bool unsuccessful = run.state == JobDeviceState::Failed || run.state == JobDeviceState::Crashed;
     const bool action = unsuccessful && run.action >= 1;
     const QString type = action && run.action <= steps.size()
                              ? steps.at(run.action - 1).value(QStringLiteral("task")).toString()
                              : QString();
     write(line({run.id, run.device.serialNumber, run.device.ipAddress, run.device.nickname,
-                run.device.targetPart, connectionWord(run.device.connectionType), outcomeWord(run.state),
+                run.device.targetPart, connectionWord(run.device.connectionType), outcomeWord(run),
                 action ? QString::number(run.action) : QString(), type,
-                ended ? QString::number(run.exitCode) : QString(), isoTime(run.startedAt),
+                ended && !signalled ? QString::number(run.exitCode) : QString(),
+                signalled ? QString::number(run.exitCode) : QString(), isoTime(run.startedAt),
                 isoTime(run.finishedAt), run.startedAt.isValid() ? QString::number(run.elapsedMs) : QString(),
-                run.logFile}));
+                // A device that never started wrote nothing: the file there is an older run's.
+                run.startedAt.isValid() ? run.logFile : QString()}));
 }
 
 QStringList RunReport::paths() const

@@ -14,7 +14,7 @@ class QFile;
 struct JobDeviceRun;
 
 // The record of one job run as CSV that spreadsheets open as they are: which
-// program and tool ran, the job's steps, the SHA-256 of the bundle and of every
+// program and tool ran, the job's steps, the job file and the job's SHA-256, the SHA-256 of every
 // file the job uses, then one row per device. Rows are written as devices end
 // and flushed at once, so a crash or a power loss keeps those already written.
 class RunReport
@@ -25,7 +25,11 @@ public:
         QString version;
         QString executable;
         QList<QMap<QString, QVariant>> steps;
-        QString bundleSha256;
+        // The job file the job came from and its SHA-256 as read; empty when the job is not that file's.
+        QString jobFile;
+        QString jobFileSha256;
+        // The job's own fingerprint (JobHash), the same for the same job from any file.
+        QString jobSha256;
         // Files the job uses, with their SHA-256 (empty when they could not be read).
         QList<QPair<QString, QString>> files;
     };
@@ -48,6 +52,9 @@ public:
     // without those whose path holds a variable the tool fills in.
     static QStringList filesOfSteps(const QList<QMap<QString, QVariant>>& steps);
     static QString sha256OfFile(const QString& path);
+    // Why a report cannot be written to `path` (a folder, a missing folder, a place that
+    // cannot be written); empty when it can. The file itself is left as it was.
+    static QString pathProblem(const QString& path);
     // The file name of a run's report in the log folder for a given moment.
     static QString fileName(const QDateTime& moment);
 

@@ -1,5 +1,6 @@
 #include "../actions/actionpagehelpers.h"
 #include "../batch/batchtestfiles.h"
+#include "adapterlock.h"
 #include "bulkoperationswidget.h"
 #include "corvaneprocessrunner.h"
 #include "jobrunengine.h"
@@ -10,6 +11,7 @@
 #include "testregistry.h"
 
 #include <QGuiApplication>
+#include <QLabel>
 #include <QLineEdit>
 #include <QSignalSpy>
 #include <QTest>
@@ -79,7 +81,20 @@ private slots:
         QCOMPARE(window.page()->processRunner()->runningTaskCount(), 1);
         QCOMPARE(window.page()->processRunner()->queuedTaskCount(), 0);
 
+        // A window started meanwhile names the Harnwick still running an adapter (here this very
+        // process: flock() holds per open file, as between two programs).
+        {
+            MainWindow second;
+            const auto* error = second.page()->findChild<QLabel*>(QStringLiteral("errorLabel"));
+            QVERIFY(error);
+            QVERIFY2(error->text().contains(QStringLiteral("process %1 is running 1 adapter")
+                                                .arg(QCoreApplication::applicationPid())),
+                     qPrintable(error->text()));
+        }
+
         QTRY_COMPARE_WITH_TIMEOUT(finished.count(), 1, 60000);
+        // Finished in the background, it has let go of its adapters.
+        QCOMPARE(AdapterLock::heldElsewhere().size(), 0);
         const QByteArray written = BatchTestFiles::readFile(log);
         QVERIFY2(written.contains("Flashing complete\n") &&
                      written.endsWith("Job finished: 1 actions run, 0 skipped\n"),

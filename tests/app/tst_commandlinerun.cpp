@@ -8,6 +8,7 @@
 #include "testregistry.h"
 
 #include <QDateTime>
+#include <QProcess>
 #include <QRegularExpression>
 #include <QTest>
 #include <QTextStream>
@@ -86,6 +87,24 @@ class TestCommandLineRun : public QObject
         return written ? path : QString();
     }
 
+    static QString sha256sum(const QString& path)
+    {
+        ForkedProcess process;
+        process.start(QStringLiteral("sha256sum"), {path});
+        return process.waitForFinished(10000) ? QString::fromLatin1(process.readAllStandardOutput().left(64))
+                                              : QString();
+    }
+
+    // The report's header line that starts with `name`, without the name.
+    static QString headerValue(const QString& reportPath, const QString& name)
+    {
+        const QString text = QString::fromUtf8(BatchTestFiles::readFile(reportPath));
+        for (const QString& line : text.split(QStringLiteral("\r\n")))
+            if (line.startsWith(name + QLatin1Char(',')))
+                return line.mid(name.size() + 1);
+        return QStringLiteral("(no %1)").arg(name);
+    }
+
     // The report as a spreadsheet reads it: the run, the image's hash, one row per device.
     void checkReport(const QString& path)
     {
@@ -93,13 +112,11 @@ class TestCommandLineRun : public QObject
         QVERIFY(bytes.startsWith("\xef\xbb\xbf"));
         const QStringList lines = QString::fromUtf8(bytes.mid(3)).split(QStringLiteral("\r\n"));
         const QString image = session.filePath(QStringLiteral("app.hex"));
-        ForkedProcess sha256sum;
-        sha256sum.start(QStringLiteral("sha256sum"), {image});
-        QVERIFY(sha256sum.waitForFinished(10000));
-        const QString imageHash = QString::fromLatin1(sha256sum.readAllStandardOutput().left(64));
+        const QString imageHash = sha256sum(image);
         QVERIFY2(lines.contains(QStringLiteral("File SHA-256,%1,%2").arg(imageHash, image)),
                  qPrintable(lines.join('\n')));
-        QCOMPARE(lines.filter(QRegularExpression(QStringLiteral("^Bundle SHA-256,[0-9a-f]{64}$"))).size(), 1);
+        QVERIFY(lines.contains(QStringLiteral("Job file,%1").arg(sixDevices)));
+        QCOMPARE(lines.filter(QRegularExpression(QStringLiteral("^Job SHA-256,[0-9a-f]{64}$"))).size(), 1);
         QVERIFY(lines.contains(
             QStringLiteral("Steps,1 log_device_info; 2 wait 10; 3 run_custom_command device info "
                            "--label {{nickname}}; 4 mass_erase_target_device; 5 "
@@ -115,16 +132,19 @@ class TestCommandLineRun : public QObject
         };
         QCOMPARE(rowOf("801030007").mid(0, 10),
                  QStringList({"801030007", "801030007", "", "fails", "", "USB", "failed", "2", "wait", "5"}));
-        QCOMPARE(rowOf("801030008").mid(6, 3), QStringList({"crashed", "3", "run_custom_command"}));
+        // A crash has a signal and no exit code.
+        QCOMPARE(rowOf("801030008").mid(6, 5),
+                 QStringList({"crashed", "3", "run_custom_command", "", QString::number(SIGABRT)}));
         // A nickname a spreadsheet would compute stays text.
         QCOMPARE(rowOf("801017733").value(3), QStringLiteral("'=1+2"));
         const QStringList done = rowOf("801020001");
         QCOMPARE(done.mid(1, 8),
                  QStringList({"801020001", "192.0.2.20", "bench-dual", "", "IP", "done", "", ""}));
-        QVERIFY(QDateTime::fromString(done.value(10), Qt::ISODateWithMs).isValid());
-        QVERIFY2(done.value(10).contains(QRegularExpression(QStringLiteral("(Z|[+-]\\d\\d:\\d\\d)$"))),
-                 qPrintable(done.value(10)));
-        QVERIFY(done.value(13).endsWith(QStringLiteral("801020001.txt")));
+        QCOMPARE(done.mid(9, 2), QStringList({"0", ""}));
+        QVERIFY(QDateTime::fromString(done.value(11), Qt::ISODateWithMs).isValid());
+        QVERIFY2(done.value(11).contains(QRegularExpression(QStringLiteral("(Z|[+-]\\d\\d:\\d\\d)$"))),
+                 qPrintable(done.value(11)));
+        QVERIFY(done.value(14).endsWith(QStringLiteral("801020001.txt")));
     }
 
 private slots:
@@ -177,6 +197,14 @@ private slots:
             << QStringList{"--run", session.filePath("no-image.hwj")}
             << QStringLiteral("harnwick: Action 5: the file \"%1\" does not exist or cannot be read.")
                    .arg(session.filePath("absent.hex"));
+        QTest::newRow("report is a folder") << QStringList{"--run", six, "--report", session.filePath("")}
+                                            << QStringLiteral("is a folder; name a file.");
+        QTest::newRow("report folder missing")
+            << QStringList{"--run", six, "--report", session.filePath("absent/run.csv")}
+            << QStringLiteral("The folder of the report \"%1\" does not exist.")
+                   .arg(session.filePath("absent/run.csv"));
+        QTest::newRow("report unwritable") << QStringList{"--run", six, "--report", "/proc/harnwick-run.csv"}
+                                           << "The report \"/proc/harnwick-run.csv\" cannot be written: ";
         QTest::newRow("nothing checked")
             << QStringList{"--run", session.filePath("unchecked.hwj")} << "has no checked devices";
     }
@@ -201,8 +229,43 @@ private slots:
         file.close();
         Outcome outcome = run({QStringLiteral("--run"), corrupt});
         QCOMPARE(outcome.exitCode, 2);
+        QCOMPARE(outcome.err,
+                 QStringLiteral("harnwick: %1 is not a valid job bundle (not a zip archive): it has no zip "
+                                "directory\n")
+                     .arg(corrupt));
+        QFile empty(session.filePath(QStringLiteral("empty.hwj")));
+        QVERIFY(empty.open(QIODevice::WriteOnly));
+        empty.close();
+        outcome = run({QStringLiteral("--run"), empty.fileName()});
+        QVERIFY2(outcome.exitCode == 2 &&
+                     outcome.err.contains(QStringLiteral("(not a zip archive): the file is empty")),
+                 qPrintable(outcome.err));
+        // An archive that holds no job: named as such, without the unpacking's command or temporary paths.
+        const QString stray = session.filePath(QStringLiteral("stray.hwj"));
+        ForkedProcess zip;
+        zip.start(QStringLiteral("zip"),
+                  {QStringLiteral("-j"), stray, session.filePath(QStringLiteral("fleet.yaml"))});
+        QVERIFY(zip.waitForFinished(10000) && QFileInfo(stray).isFile());
+        outcome = run({QStringLiteral("--run"), stray});
+        QCOMPARE(outcome.exitCode, 2);
+        QVERIFY2(
+            outcome.err.startsWith(QStringLiteral("harnwick: %1 is not a valid job bundle: ").arg(stray)) &&
+                !outcome.err.contains(session.temporaryFolder()) &&
+                !outcome.err.contains(QStringLiteral("unzip")),
+            qPrintable(outcome.err));
+        // An archive's end record and nothing before it: the unpacking itself fails, and is
+        // told with the file's name, not the command's.
+        QFile endOnly(session.filePath(QStringLiteral("end-only.hwj")));
+        QVERIFY(endOnly.open(QIODevice::WriteOnly) &&
+                endOnly.write(QByteArray(64, 'x') + QByteArray("PK\x05\x06") + QByteArray(18, '\0')) > 0);
+        endOnly.close();
+        outcome = run({QStringLiteral("--run"), endOnly.fileName()});
+        QCOMPARE(outcome.exitCode, 2);
         QVERIFY2(outcome.err.startsWith(
-                     QStringLiteral("harnwick: Cannot read the job bundle \"%1\": ").arg(corrupt)),
+                     QStringLiteral("harnwick: %1 is not a valid job bundle: ").arg(endOnly.fileName())) &&
+                     outcome.err.contains(QStringLiteral("'%1'").arg(endOnly.fileName())) &&
+                     !outcome.err.contains(session.temporaryFolder() + QStringLiteral("/Harnwick-")) &&
+                     !outcome.err.contains(QStringLiteral("unzip")),
                  qPrintable(outcome.err));
 
         // An executable that does not answer "batch -h" runs nothing.
@@ -211,6 +274,18 @@ private slots:
         outcome = run({QStringLiteral("--run"), sixDevices});
         QCOMPARE(outcome.exitCode, 2);
         QVERIFY2(outcome.err.contains(QStringLiteral("The Corvane executable \"/bin/false\" cannot be run")),
+                 qPrintable(outcome.err));
+        // --corvane names the executable for the run, over the setting.
+        outcome = run({"--run", unchecked, "--devices", "801002345", "--no-logs", "--corvane",
+                       TestEnvironment::simulatorPath()});
+        QCOMPARE(outcome.exitCode, 0);
+        QCOMPARE(session.batchInvocations().size(), 1);
+        session.clearRecord();
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
+                                 TestEnvironment::simulatorPath());
+        outcome = run({"--run", sixDevices, "--corvane", "/bin/false"});
+        QVERIFY2(outcome.exitCode == 2 && outcome.err.contains(QStringLiteral(
+                                              "The Corvane executable \"/bin/false\" cannot be run")),
                  qPrintable(outcome.err));
 
         outcome = run({QStringLiteral("--help")});
@@ -226,6 +301,7 @@ private slots:
     {
         const QString logs = session.filePath(QStringLiteral("cli-logs"));
         const QString reportPath = session.filePath(QStringLiteral("reports/line3.csv"));
+        QDir().mkpath(session.filePath(QStringLiteral("reports")));
         Outcome outcome = run({"--run", sixDevices, "--log-dir", logs, "--timeout", "7", "--concurrency", "3",
                                "--report", reportPath});
         QCOMPARE(outcome.exitCode, 1);
@@ -279,8 +355,112 @@ private slots:
         QCOMPARE(outcome.exitCode, 0);
         QVERIFY2(outcome.out.startsWith(QStringLiteral("DONE         801002345  bench-left  ")),
                  qPrintable(outcome.out));
+        QVERIFY2(
+            outcome.out.contains(QStringLiteral("\n1 device: 1 done, 0 failed, 0 crashed, 0 aborted, 0 not "
+                                                "started, in ")),
+            qPrintable(outcome.out));
         QCOMPARE(session.batchInvocations().size(), 1);
         QVERIFY(!session.batchInvocations().constFirst().contains(QStringLiteral("--logfile")));
+    }
+
+    // The report names the job file with the hash sha256sum gives, and a job hash that is the
+    // same for every run of the same job and differs for another job.
+    void reportTracesTheJobFile()
+    {
+        QStringList jobHashes;
+        for (const char* name : {"first.csv", "second.csv", "other.csv"}) {
+            const QString bundle = QLatin1String(name) == QLatin1String("other.csv") ? sixDevices : unchecked;
+            const QString report = session.filePath(QString::fromLatin1(name));
+            const Outcome outcome =
+                run({"--run", bundle, "--devices", "801002345", "--no-logs", "--report", report});
+            QCOMPARE(outcome.exitCode, 0);
+            // Archives keep times to two seconds: a hash of anything written anew for the run
+            // would differ between runs this far apart.
+            if (jobHashes.isEmpty())
+                QTest::qWait(2100);
+            QCOMPARE(headerValue(report, QStringLiteral("Job file")), bundle);
+            QCOMPARE(headerValue(report, QStringLiteral("Job file SHA-256")), sha256sum(bundle));
+            jobHashes << headerValue(report, QStringLiteral("Job SHA-256"));
+            QVERIFY2(QRegularExpression(QStringLiteral("^[0-9a-f]{64}$")).match(jobHashes.last()).hasMatch(),
+                     qPrintable(jobHashes.last()));
+        }
+        QCOMPARE(jobHashes.at(0), jobHashes.at(1));
+        QVERIFY(jobHashes.at(2) != jobHashes.at(0));
+    }
+
+    // Without any display, a window is not attempted; a platform named in any way lets it be.
+    void noDisplay()
+    {
+        const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+        const QByteArray display = qgetenv("DISPLAY");
+        const QByteArray wayland = qgetenv("WAYLAND_DISPLAY");
+        for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
+            qunsetenv(name);
+        const QString none = CommandLineRun::noDisplayMessage({"harnwick", "line3.hwj"});
+        const QString noJob = CommandLineRun::noDisplayMessage({"harnwick"});
+        const QString platformArgument =
+            CommandLineRun::noDisplayMessage({"harnwick", "-platform", "offscreen", "line3.hwj"});
+        qputenv("WAYLAND_DISPLAY", "wayland-0");
+        const QString withWayland = CommandLineRun::noDisplayMessage({"harnwick", "line3.hwj"});
+        qunsetenv("WAYLAND_DISPLAY");
+        qputenv("DISPLAY", ":0");
+        const QString withX = CommandLineRun::noDisplayMessage({"harnwick", "line3.hwj"});
+        qputenv("QT_QPA_PLATFORM", platform);
+        display.isNull() ? qunsetenv("DISPLAY") : qputenv("DISPLAY", display);
+        if (!wayland.isNull())
+            qputenv("WAYLAND_DISPLAY", wayland);
+        QCOMPARE(none, QStringLiteral(
+                           "harnwick: no display: use harnwick --run line3.hwj to run it without a window"));
+        QVERIFY(noJob.contains(QStringLiteral("harnwick --run JOB.hwj")));
+        QCOMPARE(platformArgument, QString());
+        QCOMPARE(withWayland, QString());
+        QCOMPARE(withX, QString());
+    }
+
+    // Two programs started on one bundle at once: every adapter is run by one of them,
+    // the other names it busy with the holder's process id, also for devices waiting for a slot.
+    void twoProgramsShareNoAdapter()
+    {
+        SimulatorSession::setSpeed("1");
+        const QString slow = writeBundle(
+            QStringLiteral("shared.hwj"),
+            {device(801002345, "bench-left"), device(801002346, "bench-right"), device(801017733, "rack-a1")},
+            500);
+        QProcess first, second;
+        for (QProcess* process : {&first, &second})
+            process->start(QStringLiteral(HARNWICK_PROGRAM_PATH),
+                           {"--run", slow, "--no-logs", "--concurrency", "1"});
+        // Known only while they run.
+        const qint64 pids[] = {first.processId(), second.processId()};
+        for (QProcess* process : {&first, &second})
+            QVERIFY(process->waitForFinished(60000));
+        const QString outputs[] = {QString::fromUtf8(first.readAllStandardOutput()),
+                                   QString::fromUtf8(second.readAllStandardOutput())};
+        const QString both = outputs[0] + QStringLiteral("\n----\n") + outputs[1] +
+                             QStringLiteral("\npids %1 %2").arg(pids[0]).arg(pids[1]);
+        for (const char* id : {"801002345", "801002346", "801017733"}) {
+            int ran = -1;
+            for (int index : {0, 1})
+                if (QRegularExpression(QStringLiteral("^DONE +%1 ").arg(id),
+                                       QRegularExpression::MultilineOption)
+                        .match(outputs[index])
+                        .hasMatch())
+                    ran = ran == -1 ? index : 2;
+            QVERIFY2(ran == 0 || ran == 1, qPrintable(both));
+            const QRegularExpression busy(
+                QStringLiteral("^NOT STARTED  %1  \\S+  Busy: run by another Harnwick, process %2$")
+                    .arg(id)
+                    .arg(pids[ran]),
+                QRegularExpression::MultilineOption);
+            QVERIFY2(busy.match(outputs[1 - ran]).hasMatch(), qPrintable(both));
+        }
+        QVERIFY(first.exitCode() == 1 || second.exitCode() == 1);
+        QCOMPARE(session.batchInvocations().size(), 3);
+        QStringList devices;
+        for (const QStringList& arguments : session.batchInvocations())
+            devices << arguments.value(arguments.indexOf(QStringLiteral("--serialno")) + 1);
+        devices.sort();
+        QCOMPARE(devices, QStringList({"801002345", "801002346", "801017733"}));
     }
 
     // Ctrl+C, through the real signal path: the first aborts the waiting devices,
