@@ -182,7 +182,7 @@ private slots:
                  "  - serial: 801040011\n"
                  "    part: KM32G101F512\n"
                  "    targets: [{from_ms: 500, until_ms: 2500}, {from_ms: 2700, until_ms: 2900},\n"
-                 "              {from_ms: 3800, until_ms: null}]\n"
+                 "              {from_ms: 4800, until_ms: null}]\n"
                  "  - {serial: 801040012, part: KM32G101F512, targets: [{from_ms: 0}]}\n");
         StationEngine engine;
         StationOptions options;
@@ -198,14 +198,14 @@ private slots:
         connect(&engine, &StationEngine::unitFinished, this,
                 [&runs] { runs.last().second = QDateTime::currentMSecsSinceEpoch(); });
         engine.start();
-        waitUntil(epochMs + 6000);
+        waitUntil(epochMs + 7500);
         engine.stopPolling();
         QTRY_COMPARE(engine.runningCount(), 0);
 
         const auto starts = batchStarts();
         QCOMPARE(starts.value("801040011").size(), 2);
         QVERIFY(starts.value("801040011").at(0) >= 1100);
-        QVERIFY(starts.value("801040011").at(1) >= 4400);
+        QVERIFY(starts.value("801040011").at(1) >= 5400);
         QVERIFY(!starts.contains("801040012"));
         QCOMPARE(engine.slot("801040012")->state, StationSlot::State::NotAllowed);
         QCOMPARE(runs.size(), 2);
