@@ -36,3 +36,8 @@ qint64 SlotTracker::presentForMs(qint64 nowMs) const
 {
     return isPresent() ? nowMs - m_sinceMs : 0;
 }
+
+qint64 SlotTracker::absentForMs(qint64 nowMs) const
+{
+    return m_known && !m_present ? nowMs - m_sinceMs : 0;
+}

@@ -36,6 +36,8 @@ public:
     bool isPresent() const { return m_known && m_present; }
     // How long the board has been seen present without a break; 0 when absent or unknown.
     qint64 presentForMs(qint64 nowMs) const;
+    // How long the board has been seen absent without a break; 0 when present or unknown.
+    qint64 absentForMs(qint64 nowMs) const;
     qint64 settleMs() const { return m_settleMs; }
 
 private:

@@ -191,7 +191,12 @@ void StationEngine::onListed(const CorvaneProcessResult& result)
         } else if (m_options.trigger == StationOptions::Trigger::Adapter) {
             observe(slot, true);
         } else if (slot.allowed && !slot.engine) {
-            // The adapter of a running slot is left to its run.
+            // The adapter of a running slot is left to its run; one long without a board rests.
+            const qint64 now = nowMs();
+            if (slot.tracker.absentForMs(now) >= m_options.restAfterMs && slot.askedMs >= 0 &&
+                now - slot.askedMs < m_options.restPollMs)
+                continue;
+            slot.askedMs = now;
             ++m_pendingPolls;
             m_pollRunner->enqueueTask(
                 {infoTaskPrefix + id,

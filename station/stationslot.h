@@ -31,6 +31,8 @@ struct StationSlot
     // RUNNING: the action's place among the enabled ones (1-based, 0 before the first), and its percent.
     int action = 0;
     int percent = -1;
+    // When the slot's adapter was last asked for its board (target trigger).
+    qint64 askedMs = -1;
     // Set for the slot's unit while it runs; owned by the station engine.
     CorvaneProcessRunner* runner = nullptr;
     JobRunEngine* engine = nullptr;

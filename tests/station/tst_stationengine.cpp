@@ -175,7 +175,8 @@ private slots:
     }
 
     // Adapters in a fixture and boards placed on them: the board bounces as it is removed, then a
-    // new one comes. An adapter not allowed is never asked for its board; a running one is left alone.
+    // new one comes. An adapter not allowed is never asked for its board, a running one is left
+    // alone and one long without a board rests between questions.
     void targetTrigger()
     {
         useFleet("adapters:\n"
@@ -183,14 +184,17 @@ private slots:
                  "    part: KM32G101F512\n"
                  "    targets: [{from_ms: 500, until_ms: 2500}, {from_ms: 2700, until_ms: 2900},\n"
                  "              {from_ms: 4800, until_ms: null}]\n"
-                 "  - {serial: 801040012, part: KM32G101F512, targets: [{from_ms: 0}]}\n");
+                 "  - {serial: 801040012, part: KM32G101F512, targets: [{from_ms: 0}]}\n"
+                 "  - {serial: 801040013, part: KM32G101F512, targets: [{from_ms: 99999999}]}\n");
         StationEngine engine;
         StationOptions options;
         options.trigger = StationOptions::Trigger::Target;
         options.settleMs = 600;
         options.pollMs = 100;
+        options.restAfterMs = 1000;
+        options.restPollMs = 2000;
         engine.setOptions(options);
-        engine.setJob(job({801040011}));
+        engine.setJob(job({801040011, 801040013}));
         QList<QPair<qint64, qint64>> runs; // wall-clock start and end of each unit
         connect(&engine, &StationEngine::unitStarted, this, [&runs] {
             runs.append({QDateTime::currentMSecsSinceEpoch(), 0});
@@ -210,9 +214,14 @@ private slots:
         QCOMPARE(engine.slot("801040012")->state, StationSlot::State::NotAllowed);
         QCOMPARE(runs.size(), 2);
         int infos = 0;
+        int restingInfos = 0;
         for (const RecordedCall& call : recordedCalls(session.recordPath())) {
             if (call.command != QLatin1String("info"))
                 continue;
+            if (call.serial() == QLatin1String("801040013")) {
+                ++restingInfos;
+                continue;
+            }
             QCOMPARE(call.serial(), QString("801040011"));
             ++infos;
             for (const auto& run : runs)
@@ -220,6 +229,9 @@ private slots:
                          "the adapter was polled during its own run");
         }
         QVERIFY(infos > 10);
+        // An adapter long without a board is still asked, but seldom.
+        QVERIFY2(restingInfos >= 3 && restingInfos < infos / 2,
+                 qPrintable(QStringLiteral("%1 and %2 questions").arg(restingInfos).arg(infos)));
     }
 };
 
