@@ -54,6 +54,10 @@ StationEngine::StationEngine(QObject* parent) : QObject(parent)
     m_pollTimer = new QTimer(this);
     m_pollTimer->setSingleShot(true);
     connect(m_pollTimer, &QTimer::timeout, this, &StationEngine::poll);
+    m_pollWatchdog = new QTimer(this);
+    m_pollWatchdog->setSingleShot(true);
+    m_pollWatchdog->setInterval(2 * pollTimeoutMs);
+    connect(m_pollWatchdog, &QTimer::timeout, this, &StationEngine::abandonPoll);
 }
 
 StationEngine::~StationEngine() = default;
@@ -155,7 +159,22 @@ void StationEngine::poll()
     ++m_cycles;
     m_pendingPolls = 1;
     m_pollRunner->enqueueTask({listTaskId, CorvaneReplies::discoveryArguments(), pollTimeoutMs});
+    m_pollWatchdog->start();
     m_pollRunner->start();
+    if (m_pollRunner->runningTaskCount() == 0) {
+        emit errorEncountered(tr("The Corvane executable \"%1\" could not be started to look for boards.")
+                                  .arg(m_pollRunner->getExecutablePath()));
+        abandonPoll();
+    }
+}
+
+void StationEngine::abandonPoll()
+{
+    m_pollWatchdog->stop();
+    m_pollRunner->clearQueue();
+    m_pendingPolls = 0;
+    if (m_polling)
+        m_pollTimer->start(m_options.pollMs);
 }
 
 void StationEngine::onPollFinished(const CorvaneProcessResult& result)
@@ -221,6 +240,7 @@ void StationEngine::endOfPoll()
     if (--m_pendingPolls > 0)
         return;
     m_pendingPolls = 0;
+    m_pollWatchdog->stop();
     if (m_polling)
         m_pollTimer->start(m_options.pollMs);
 }

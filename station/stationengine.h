@@ -74,6 +74,7 @@ private:
     void onListed(const CorvaneProcessResult& result);
     void onInfo(const QString& slotId, const CorvaneProcessResult& result);
     void endOfPoll();
+    void abandonPoll();
     void observe(StationSlot& slot, bool present);
     StationSlot& slotFor(const QString& serial, const QString& nickname);
     void startUnit(StationSlot& slot);
@@ -92,6 +93,8 @@ private:
     QMap<QString, StationSlot> m_slots;
     CorvaneProcessRunner* m_pollRunner = nullptr;
     QTimer* m_pollTimer = nullptr;
+    // Ends a poll whose replies never all came (a tool that would not start leaves no result).
+    QTimer* m_pollWatchdog = nullptr;
     QElapsedTimer m_clock;
     bool m_polling = false;
     bool m_held = false;

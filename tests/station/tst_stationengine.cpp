@@ -233,6 +233,26 @@ private slots:
         QVERIFY2(restingInfos >= 3 && restingInfos < infos / 2,
                  qPrintable(QStringLiteral("%1 and %2 questions").arg(restingInfos).arg(infos)));
     }
+
+    // A tool that cannot be started leaves no result behind: polling goes on and says why.
+    void pollsGoOnWhenTheToolWillNotStart()
+    {
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
+                                 session.filePath(QStringLiteral("no-such-tool")));
+        StationEngine engine;
+        StationOptions options;
+        options.pollMs = 100;
+        engine.setOptions(options);
+        engine.setJob(job({801040001}));
+        QSignalSpy errors(&engine, &StationEngine::errorEncountered);
+        engine.start();
+        QTRY_VERIFY_WITH_TIMEOUT(engine.pollCycles() >= 4, 5000);
+        QVERIFY(!errors.isEmpty());
+        QVERIFY(errors.constFirst().at(0).toString().contains("no-such-tool"));
+        engine.stopPolling();
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
+                                 TestEnvironment::simulatorPath());
+    }
 };
 
 HARNWICK_TEST(TestStationEngine)
