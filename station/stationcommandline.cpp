@@ -154,8 +154,7 @@ int StationCommandLine::exec(const QStringList& arguments)
     engine->setStartBudget(quantity - passed);
     connect(engine, &StationEngine::unitFinished, this, &StationCommandLine::onUnitFinished);
     connect(engine, &StationEngine::idle, this, &StationCommandLine::finishIfDone);
-    QString lastError;
-    connect(engine, &StationEngine::errorEncountered, this, [this, &lastError](const QString& message) {
+    connect(engine, &StationEngine::errorEncountered, this, [this](const QString& message) {
         // A poll that keeps failing says so once, not every poll.
         if (message != lastError)
             err << tr("harnwick: %1").arg(message) << Qt::endl;

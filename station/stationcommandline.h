@@ -48,6 +48,7 @@ private:
     StationEngine* engine = nullptr;
     QEventLoop* loop = nullptr;
     QString lot;
+    QString lastError;
     int quantity = 0;
     int passed = 0;
     int failed = 0;
