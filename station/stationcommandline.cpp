@@ -24,7 +24,6 @@ const QString triggerOption = QStringLiteral("trigger");
 const QString allowOption = QStringLiteral("allow");
 const QString settleOption = QStringLiteral("settle");
 const QString pollOption = QStringLiteral("poll");
-const QString databaseOption = QStringLiteral("database");
 
 constexpr int maxQuantity = 10000000;
 constexpr int maxSettleMs = 600000;
@@ -60,7 +59,7 @@ int StationCommandLine::usageError(const QString& message)
 {
     err << tr("harnwick: %1").arg(message) << '\n'
         << tr("Usage: harnwick --station BUNDLE.hwj --lot NAME --quantity N [--trigger adapter|target] "
-              "[--allow PATTERN[,PATTERN...]] [--settle MS] [--poll MS] [--database URL]")
+              "[--allow PATTERN[,PATTERN...]] [--settle MS] [--poll MS]")
         << Qt::endl;
     return BadUsage;
 }
@@ -75,8 +74,7 @@ int StationCommandLine::exec(const QStringList& arguments)
                        {triggerOption, QString(), QStringLiteral("trigger")},
                        {allowOption, QString(), QStringLiteral("patterns")},
                        {settleOption, QString(), QStringLiteral("ms")},
-                       {pollOption, QString(), QStringLiteral("ms")},
-                       {databaseOption, QString(), QStringLiteral("url")}});
+                       {pollOption, QString(), QStringLiteral("ms")}});
     if (!parser.parse(arguments))
         return usageError(parser.errorText());
     if (!parser.positionalArguments().isEmpty())
