@@ -1,6 +1,7 @@
 #include "commandlinerun.h"
 #include "interruptwatcher.h"
 #include "mainwindow.h"
+#include "stationcommandline.h"
 
 #include <QApplication>
 #include <QLibraryInfo>
@@ -58,6 +59,23 @@ int runFromCommandLine(int argc, char** argv)
     return run.exec(QCoreApplication::arguments());
 }
 
+// "--station": the hands-free station without a display.
+int runStationFromCommandLine(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    setIdentity();
+    loadResourceBundle();
+    QTranslator qtTranslator;
+    QTranslator translator;
+    installTranslators(qtTranslator, translator);
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+    StationCommandLine station(out, err);
+    InterruptWatcher interrupts;
+    QObject::connect(&interrupts, &InterruptWatcher::interrupted, &station, &StationCommandLine::interrupt);
+    return station.exec(QCoreApplication::arguments());
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -65,6 +83,8 @@ int main(int argc, char** argv)
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
+    if (StationCommandLine::isStation(arguments))
+        return runStationFromCommandLine(argc, argv);
     if (CommandLineRun::isCommandLine(arguments))
         return runFromCommandLine(argc, argv);
     // Without a display the window would die in Qt's platform plugin with an abort.

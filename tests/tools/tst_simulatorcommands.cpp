@@ -3,6 +3,7 @@
 #include "testenvironment.h"
 #include "testregistry.h"
 
+#include <QDateTime>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -21,13 +22,20 @@ class TestSimulatorCommands : public QObject
     Q_OBJECT
 
     QTemporaryDir dir;
+    // Set for hot-plug: the moment from which the fleet's windows count.
+    QByteArray epochMs;
+    QByteArray speed = "0";
 
     // Starts the simulator with a fleet file (its built-in fleet when empty), no simulated waiting
     // and every call recorded in dir.
     std::unique_ptr<ForkedProcess> start(const QStringList& arguments, const QByteArray& fleet = {})
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("CORVANE_SIM_SPEED", "0");
+        environment.insert("CORVANE_SIM_SPEED", speed);
+        if (epochMs.isEmpty())
+            environment.remove("CORVANE_SIM_EPOCH_MS");
+        else
+            environment.insert("CORVANE_SIM_EPOCH_MS", epochMs);
         environment.insert("CORVANE_SIM_RECORD", dir.filePath("record.jsonl"));
         environment.remove("CORVANE_SIM_FLEET");
         if (!fleet.isEmpty()) {
@@ -61,7 +69,17 @@ class TestSimulatorCommands : public QObject
     }
 
 private slots:
-    void init() { QFile::remove(dir.filePath("record.jsonl")); }
+    void init()
+    {
+        QFile::remove(dir.filePath("record.jsonl"));
+        epochMs.clear();
+        speed = "0";
+    }
+
+    static QJsonObject reply(ForkedProcess& process)
+    {
+        return QJsonDocument::fromJson(process.readAllStandardOutput()).object();
+    }
 
     void refusesWhatTheToolWouldRefuse_data()
     {
@@ -159,6 +177,89 @@ private slots:
         QCOMPARE(hung->exitCode(), 4);
         QVERIFY(
             hung->readAllStandardOutput().trimmed().endsWith("ERROR: Timed out after 30 s during action 1."));
+    }
+
+    // Adapters come and go and boards are placed and removed on the fleet's clock, which every
+    // process reads from the same epoch; each recorded call carries the moment it was made.
+    void hotPlugFollowsTheClock()
+    {
+        const QByteArray fleet =
+            "adapters:\n"
+            "  - {serial: 801002345, part: KM32G101F512, attached: [[0, 5000], [9000, null]],\n"
+            "     targets: [{from_ms: 0, until_ms: 5000, unique_id: B1},\n"
+            "               {from_ms: 9500, until_ms: 11000, unique_id: B2}]}\n"
+            "  - {serial: 801002346, part: KM32G101F256, attached: [[0, 5000]]}\n"
+            "  - {serial: 801017733, part: KM24L052C128, attached: [[11000, null]]}\n"
+            "  - {serial: 801017734, part: KM24L052C128}\n";
+        const QStringList list{"adapter", "list", "--noconnect", "--json"};
+        const auto listed = [&] {
+            const auto process = run(list, fleet);
+            QStringList serials;
+            for (const auto& entry : reply(*process).value("result").toObject().value("devices").toArray())
+                serials << QString::number(entry.toObject().value("serial_number").toDouble(), 'f', 0);
+            return serials;
+        };
+        const QStringList info{"device", "info", "--json", "--serialno", "801002345"};
+
+        // At 10 s: the first adapter is back with board B2, the second gone, the third not yet there.
+        const qint64 before = QDateTime::currentMSecsSinceEpoch();
+        epochMs = QByteArray::number(before - 10000);
+        QCOMPARE(listed(), QStringList({"801002345", "801017734"}));
+        const auto withBoard = run(info, fleet);
+        QCOMPARE(withBoard->exitCode(), 0);
+        const QJsonObject boardInfo =
+            reply(*withBoard).value("result").toObject().value("device_info").toObject();
+        QCOMPARE(boardInfo.value("unique_id").toString(), QString("B2"));
+        QCOMPARE(run({"adapter", "probe", "--json", "--serialno", "801002346"}, fleet)->exitCode(), 1);
+
+        // At 7 s every timed adapter is away; at 9.2 s the first is back without a board.
+        epochMs = QByteArray::number(QDateTime::currentMSecsSinceEpoch() - 7000);
+        QCOMPARE(listed(), QStringList({"801017734"}));
+        epochMs = QByteArray::number(QDateTime::currentMSecsSinceEpoch() - 9200);
+        const auto noBoard = run(info, fleet);
+        QCOMPARE(noBoard->exitCode(), 1);
+        QVERIFY(!reply(*noBoard).value("success").toBool(true));
+
+        // A batch run without a board fails at its first action; one whose board is pulled
+        // during an action fails that action.
+        const QString bundle = writeBundle({{{"task", "wait"}, {"enabled", true}, {"duration_ms", 3000}},
+                                            {{"task", "wait"}, {"enabled", true}, {"duration_ms", 1500}}});
+        const QStringList batch{"batch", bundle, "--serialno", "801002345"};
+        const auto started = run(batch, fleet);
+        const QByteArray startedOutput = started->readAllStandardOutput();
+        QCOMPARE(started->exitCode(), 1);
+        QVERIFY2(startedOutput.trimmed().endsWith("Running action 1: wait\nERROR: No target is attached to the "
+                                                  "adapter."),
+                 startedOutput.constData());
+        speed = "1";
+        epochMs = QByteArray::number(QDateTime::currentMSecsSinceEpoch() - 9500);
+        const auto pulled = run(batch, fleet);
+        const QByteArray pulledOutput = pulled->readAllStandardOutput();
+        QCOMPARE(pulled->exitCode(), 1);
+        QVERIFY2(pulledOutput.contains("Target unique ID: B2\n"), pulledOutput.constData());
+        QVERIFY2(pulledOutput.trimmed().endsWith("ERROR: The target was removed during action 1."),
+                 pulledOutput.constData());
+
+        // Without an epoch the windows count from the fleet file's modification time.
+        epochMs.clear();
+        QCOMPARE(listed(), QStringList({"801002345", "801002346", "801017734"}));
+
+        const qint64 after = QDateTime::currentMSecsSinceEpoch();
+        QFile file(dir.filePath("record.jsonl"));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        qint64 last = 0;
+        for (const QByteArray& line : file.readAll().split('\n')) {
+            if (line.isEmpty())
+                continue;
+            const qint64 at = qint64(QJsonDocument::fromJson(line).object().value("t_ms").toDouble());
+            QVERIFY2(at >= before && at <= after && at >= last, line.constData());
+            last = at;
+        }
+
+        QCOMPARE(run({"batch", "-h"}, "adapters: [{serial: 801002345, attached: [[500, 100]]}]")->exitCode(),
+                 2);
+        QCOMPARE(run({"batch", "-h"}, "adapters: [{serial: 801002345, targets: [{from_ms: 0}]}]")->exitCode(),
+                 2);
     }
 };
 

@@ -26,6 +26,7 @@ int main(int argc, char** argv)
             return 2;
         }
     }
+    fleet.setEpochFromEnvironment();
     SimClock clock(SimClock::speedFromEnvironment());
     SimCommands commands(fleet, clock);
     return commands.run(arguments);

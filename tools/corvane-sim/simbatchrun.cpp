@@ -115,11 +115,15 @@ int SimBatchRun::run(const QString& bundlePath)
         m_targetPart = m_arguments.value(QStringLiteral("--device"));
     else if (m_adapter->partDetectable)
         m_targetPart = m_adapter->part;
-    if (m_adapter->part.isEmpty())
+    m_boardAtStart = hasTarget();
+    if (!m_boardAtStart)
         say(QStringLiteral("No target attached"));
     else
         say(QStringLiteral("Target part: %1")
                 .arg(m_targetPart.isEmpty() ? QStringLiteral("not identified") : m_targetPart));
+    if (const SimTarget* board = m_nowMs ? m_adapter->targetAt(m_nowMs()) : nullptr;
+        board && !board->uniqueId.isEmpty())
+        say(QStringLiteral("Target unique ID: %1").arg(board->uniqueId));
 
     if (!strike(0))
         return m_exitCode;
@@ -139,7 +143,7 @@ int SimBatchRun::run(const QString& bundlePath)
                 .arg(m_action)
                 .arg(step.value(QStringLiteral("task")).toString()));
         m_output.setLineSuffix(m_runSuffix);
-        if (!substitute(step) || !strike(m_action) || !runStep(step))
+        if (!stillConnected() || !substitute(step) || !strike(m_action) || !runStep(step))
             return m_exitCode;
         ++ran;
     }
@@ -435,9 +439,31 @@ bool SimBatchRun::runCustomCommand(const Step& step)
     return true;
 }
 
+bool SimBatchRun::hasTarget() const
+{
+    return m_nowMs ? m_adapter->hasTargetAt(m_nowMs()) : !m_adapter->part.isEmpty();
+}
+
+bool SimBatchRun::stillConnected()
+{
+    if (!m_nowMs || !(m_adapter->timed || m_adapter->boardsTimed))
+        return true;
+    const qint64 now = m_nowMs();
+    if (!m_adapter->attachedAt(now)) {
+        m_output.setLineSuffix(QByteArray());
+        return fail(QStringLiteral("Lost the connection to the adapter during action %1.").arg(m_action));
+    }
+    if (m_action > 0 && m_adapter->boardsTimed && !m_adapter->hasTargetAt(now)) {
+        m_output.setLineSuffix(QByteArray());
+        return fail(m_boardAtStart ? QStringLiteral("The target was removed during action %1.").arg(m_action)
+                                   : QStringLiteral("No target is attached to the adapter."));
+    }
+    return true;
+}
+
 bool SimBatchRun::requireTarget()
 {
-    if (m_adapter->part.isEmpty())
+    if (!hasTarget())
         return fail(QStringLiteral("No target is attached to the adapter."));
     if (m_targetPart.isEmpty())
         return fail(QStringLiteral("Could not identify the target; pass its part number with --device."));
@@ -446,7 +472,20 @@ bool SimBatchRun::requireTarget()
 
 bool SimBatchRun::pause(qint64 ms)
 {
-    return m_clock.advance(ms) || timedOut();
+    if (!m_nowMs || !(m_adapter->timed || m_adapter->boardsTimed))
+        return m_clock.advance(ms) || timedOut();
+    // With hot-plug a board pulled mid-action is noticed within a tenth of a second.
+    constexpr qint64 sliceMs = 100;
+    qint64 left = qMax<qint64>(ms, 0);
+    do {
+        const qint64 slice = qMin(left, sliceMs);
+        if (!m_clock.advance(slice))
+            return timedOut();
+        left -= slice;
+        if (!stillConnected())
+            return false;
+    } while (left > 0);
+    return true;
 }
 
 bool SimBatchRun::timedOut()

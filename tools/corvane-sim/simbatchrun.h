@@ -8,6 +8,8 @@
 #include <QString>
 #include <QVariant>
 
+#include <functional>
+
 class SimArguments;
 class SimClock;
 struct SimAdapter;
@@ -19,6 +21,9 @@ class SimBatchRun
 public:
     SimBatchRun(SimClock& clock, const SimAdapter* adapter, const QString& address,
                 const SimArguments& arguments, const QList<SimFault>& faults);
+
+    // The fleet's hot-plug clock; without one the adapter and its board stay as they were.
+    void setFleetClock(std::function<qint64()> nowMs) { m_nowMs = std::move(nowMs); }
 
     int run(const QString& bundlePath);
 
@@ -41,6 +46,9 @@ private:
     bool runCustomCommand(const Step& step);
 
     bool requireTarget();
+    // False (and the run failed) when the adapter or its board went away: hot-plug only.
+    bool stillConnected();
+    bool hasTarget() const;
     bool pause(qint64 ms);
     bool timedOut();
     bool progress(const QString& label, qint64 totalMs, int parts);
@@ -59,4 +67,6 @@ private:
     QByteArray m_runSuffix;
     int m_action = 0;
     int m_exitCode = 0;
+    std::function<qint64()> m_nowMs;
+    bool m_boardAtStart = false;
 };

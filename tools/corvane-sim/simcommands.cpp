@@ -108,7 +108,9 @@ QString SimCommands::usageText()
         "Environment:\n"
         "  CORVANE_SIM_FLEET   YAML file describing the fleet (default: a built-in fleet)\n"
         "  CORVANE_SIM_SPEED   factor on all simulated durations, 0 for no waiting (default 1)\n"
-        "  CORVANE_SIM_RECORD  file to which every invocation is appended as a JSON line\n");
+        "  CORVANE_SIM_RECORD  file to which every invocation is appended as a JSON line\n"
+        "  CORVANE_SIM_EPOCH_MS  Unix time in ms from which hot-plug windows count\n"
+        "                        (default: the fleet file's modification time)\n");
 }
 
 int SimCommands::run(const QStringList& arguments)
@@ -159,6 +161,7 @@ int SimCommands::run(const QStringList& arguments)
 
     if (id == QLatin1String("batch")) {
         SimBatchRun batchRun(m_clock, adapter, address, options, faults);
+        batchRun.setFleetClock([this] { return m_fleet.nowMs(); });
         return batchRun.run(arguments.at(1));
     }
 
@@ -167,8 +170,9 @@ int SimCommands::run(const QStringList& arguments)
         // A misbehaving adapter disturbs the whole enumeration.
         const bool network = id == QLatin1String("list-net");
         QList<SimFault> processFaults = faults;
+        const qint64 now = m_fleet.nowMs();
         for (const SimAdapter& listed : m_fleet.adapters()) {
-            if (network ? listed.network : listed.usb)
+            if ((network ? listed.network : listed.usb) && listed.attachedAt(now))
                 processFaults += SimFleet::ownFaults(id, listed);
         }
         if (strikeBeforeReply(processFaults, exitCode))
@@ -232,9 +236,10 @@ int SimCommands::reply(const QJsonObject& object, const QList<SimFault>& faults,
 int SimCommands::adapterList(const QString& commandId, const QList<SimFault>& faults)
 {
     const bool network = commandId == QLatin1String("list-net");
+    const qint64 now = m_fleet.nowMs();
     QJsonArray devices;
     for (const SimAdapter& listed : m_fleet.adapters()) {
-        if (!(network ? listed.network : listed.usb))
+        if (!(network ? listed.network : listed.usb) || !listed.attachedAt(now))
             continue;
         QJsonObject entry;
         entry.insert(QStringLiteral("serial_number"), double(listed.serial));
@@ -278,9 +283,10 @@ int SimCommands::deviceInfo(const SimAdapter* adapter, const QString& address, c
     QJsonObject object;
     QString failure;
     QString part;
+    const qint64 now = m_fleet.nowMs();
     if (!adapter)
         failure = QStringLiteral("No adapter found with %1.").arg(address);
-    else if (adapter->part.isEmpty())
+    else if (!adapter->hasTargetAt(now))
         failure = QStringLiteral("No target is attached to the adapter.");
     else if (adapter->partDetectable)
         part = adapter->part;
@@ -296,6 +302,8 @@ int SimCommands::deviceInfo(const SimAdapter* adapter, const QString& address, c
     }
     QJsonObject info;
     info.insert(QStringLiteral("part_number"), part);
+    if (const SimTarget* board = adapter->targetAt(now); board && !board->uniqueId.isEmpty())
+        info.insert(QStringLiteral("unique_id"), board->uniqueId);
     QJsonObject result;
     result.insert(QStringLiteral("device_info"), info);
     object.insert(QStringLiteral("success"), true);

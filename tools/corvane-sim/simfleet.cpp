@@ -1,5 +1,6 @@
 #include "simfleet.h"
 
+#include <QDateTime>
 #include <QFileInfo>
 #include <QSet>
 
@@ -137,13 +138,61 @@ QList<SimFault> readFaults(const YAML::Node& node)
     return faults;
 }
 
+// A time in milliseconds from the epoch; null (or absent, where allowed) means for good: -1.
+qint64 moment(const YAML::Node& node)
+{
+    if (!node || node.IsNull())
+        return -1;
+    return integer(node, 0, std::numeric_limits<qint64>::max() / 2);
+}
+
+SimWindow window(const YAML::Node& node, qint64 fromMs, qint64 untilMs)
+{
+    if (untilMs >= 0 && untilMs <= fromMs)
+        fail(node, QStringLiteral("a time window must end after it begins"));
+    return SimWindow{fromMs, untilMs};
+}
+
+QList<SimWindow> readAttached(const YAML::Node& node)
+{
+    if (!node.IsSequence())
+        fail(node, QStringLiteral("'attached' must be a list of [FROM_MS, UNTIL_MS] pairs"));
+    QList<SimWindow> windows;
+    for (const auto& pair : node) {
+        if (!pair.IsSequence() || pair.size() != 2 || pair[0].IsNull())
+            fail(pair, QStringLiteral("'attached' must be a list of [FROM_MS, UNTIL_MS] pairs"));
+        windows.append(window(pair, moment(pair[0]), moment(pair[1])));
+    }
+    return windows;
+}
+
+QList<SimTarget> readTargets(const YAML::Node& node)
+{
+    if (!node.IsSequence())
+        fail(node, QStringLiteral("'targets' must be a list"));
+    QList<SimTarget> targets;
+    for (const auto& element : node) {
+        checkKeys(element,
+                  {QStringLiteral("from_ms"), QStringLiteral("until_ms"), QStringLiteral("unique_id")},
+                  QStringLiteral("a target"));
+        if (!element["from_ms"] || element["from_ms"].IsNull())
+            fail(element, QStringLiteral("a target needs 'from_ms'"));
+        SimTarget target;
+        target.window = window(element, moment(element["from_ms"]), moment(element["until_ms"]));
+        if (element["unique_id"])
+            target.uniqueId = text(element["unique_id"]);
+        targets.append(target);
+    }
+    return targets;
+}
+
 SimAdapter readAdapter(const YAML::Node& node)
 {
     checkKeys(node,
               {QStringLiteral("serial"), QStringLiteral("ip"), QStringLiteral("nickname"),
                QStringLiteral("usb"), QStringLiteral("network"), QStringLiteral("part"),
-               QStringLiteral("part_detectable"), QStringLiteral("flash_kib_per_s"),
-               QStringLiteral("faults")},
+               QStringLiteral("part_detectable"), QStringLiteral("flash_kib_per_s"), QStringLiteral("faults"),
+               QStringLiteral("attached"), QStringLiteral("targets")},
               QStringLiteral("an adapter"));
     SimAdapter a;
     if (!node["serial"])
@@ -172,6 +221,16 @@ SimAdapter readAdapter(const YAML::Node& node)
     }
     if (node["faults"])
         a.faults = readFaults(node["faults"]);
+    if (node["attached"]) {
+        a.timed = true;
+        a.attached = readAttached(node["attached"]);
+    }
+    if (node["targets"]) {
+        if (a.part.isEmpty())
+            fail(node, QStringLiteral("an adapter with 'targets' needs the boards' 'part'"));
+        a.boardsTimed = true;
+        a.targets = readTargets(node["targets"]);
+    }
     return a;
 }
 
@@ -219,6 +278,7 @@ bool SimFleet::load(const QString& path, QString& error)
     }
     SimFleet fleet;
     fleet.m_partNumbers = builtInPartNumbers();
+    fleet.m_epochMs = QFileInfo(path).lastModified().toMSecsSinceEpoch();
     try {
         const YAML::Node root = YAML::LoadFile(path.toStdString());
         if (root.IsNull()) {
@@ -255,10 +315,24 @@ bool SimFleet::load(const QString& path, QString& error)
     return true;
 }
 
+qint64 SimFleet::nowMs() const
+{
+    return QDateTime::currentMSecsSinceEpoch() - m_epochMs;
+}
+
+void SimFleet::setEpochFromEnvironment()
+{
+    bool ok = false;
+    const qint64 epoch = qEnvironmentVariable("CORVANE_SIM_EPOCH_MS").toLongLong(&ok, 10);
+    if (ok)
+        m_epochMs = epoch;
+}
+
 const SimAdapter* SimFleet::findUsb(quint32 serial) const
 {
+    const qint64 now = nowMs();
     for (const SimAdapter& a : m_adapters) {
-        if (a.usb && a.serial == serial)
+        if (a.usb && a.serial == serial && a.attachedAt(now))
             return &a;
     }
     return nullptr;
@@ -266,8 +340,9 @@ const SimAdapter* SimFleet::findUsb(quint32 serial) const
 
 const SimAdapter* SimFleet::findNetwork(const QString& ip) const
 {
+    const qint64 now = nowMs();
     for (const SimAdapter& a : m_adapters) {
-        if (a.network && a.ip == ip)
+        if (a.network && a.ip == ip && a.attachedAt(now))
             return &a;
     }
     return nullptr;

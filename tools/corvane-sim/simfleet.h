@@ -21,8 +21,16 @@ public:
     const QList<SimAdapter>& adapters() const { return m_adapters; }
     const QStringList& partNumbers() const { return m_partNumbers; }
 
+    // Only adapters attached at this moment are found.
     const SimAdapter* findUsb(quint32 serial) const;
     const SimAdapter* findNetwork(const QString& ip) const;
+
+    // The fleet's clock for hot-plug windows: milliseconds since its epoch, which is
+    // CORVANE_SIM_EPOCH_MS (Unix milliseconds) when set, else the fleet file's modification time.
+    // Every simulator process of a test reads the same epoch, so they agree on what is attached.
+    qint64 nowMs() const;
+    void setEpochMs(qint64 epochMs) { m_epochMs = epochMs; }
+    void setEpochFromEnvironment();
 
     // The fleet-wide faults and, when an adapter is given, its own faults that strike this command.
     QList<SimFault> faultsFor(const QString& commandId, const SimAdapter* adapter) const;
@@ -32,4 +40,5 @@ private:
     QList<SimAdapter> m_adapters;
     QStringList m_partNumbers;
     QList<SimFault> m_faults;
+    qint64 m_epochMs = 0;
 };

@@ -1,5 +1,6 @@
 #include "simrecorder.h"
 
+#include <QDateTime>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -15,6 +16,8 @@ QByteArray recordLine(const QString& commandId, const QStringList& arguments)
     QJsonObject entry;
     entry.insert(QStringLiteral("command"), commandId);
     entry.insert(QStringLiteral("arguments"), QJsonArray::fromStringList(arguments));
+    // When it was called, so hot-plug tests can measure how soon a board was seen.
+    entry.insert(QStringLiteral("t_ms"), double(QDateTime::currentMSecsSinceEpoch()));
     return QJsonDocument(entry).toJson(QJsonDocument::Compact) + '\n';
 }
 
