@@ -6,8 +6,10 @@
 #include "jobchecks.h"
 #include "jobexecution.h"
 #include "jobrunengine.h"
+#include "runrecorder.h"
 #include "runreport.h"
 #include "settingsutil.h"
+#include "storesettings.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -23,6 +25,8 @@ namespace {
 constexpr int progressRefreshMs = 250;
 constexpr int maxConcurrency = 100;
 constexpr int maxTimeoutSeconds = 24 * 60 * 60;
+// How long the end of a run waits for the production store to take its last results.
+constexpr int storeSettleMs = 15000;
 
 const QString runOption = QStringLiteral("run");
 const QString concurrencyOption = QStringLiteral("concurrency");
@@ -229,6 +233,10 @@ int CommandLineRun::exec(const QStringList& arguments)
             << QDir(request.logDirectory).absoluteFilePath(RunReport::fileName(QDateTime::currentDateTime()));
 
     engine = new JobRunEngine(runner, this);
+    // Watching first: a device's result is in the journal before its line is printed.
+    RunRecorder recorder(StoreSettings::location());
+    recorder.setJobFile(QFileInfo(bundlePath).absoluteFilePath());
+    recorder.watch(engine);
     int refused = 0;
     connect(engine, &JobRunEngine::errorEncountered, this,
             [this](const QString& message) { printLine(tr("harnwick: %1").arg(message), err); });
@@ -271,6 +279,9 @@ int CommandLineRun::exec(const QStringList& arguments)
                   .arg(counts.notStarted + refused)
                   .arg(JobExecution::elapsedText(engine->elapsedMs())),
               out);
+    // A store away keeps the results in the journal; the exit status stays the devices'.
+    if (!recorder.settle(storeSettleMs))
+        printLine(tr("harnwick: %1").arg(RunRecorder::unreachableText(recorder.waitingResults())), err);
     return counts.unsuccessful() + refused == 0 ? AllDone : SomeUnsuccessful;
 }
 
