@@ -129,6 +129,7 @@ void BulkOperationsWidget::setupJobRunEngine()
     // Every run goes into the production store as well, off this thread; a store away shows here.
     auto* recorder = new RunRecorder(StoreSettings::location(), QString(), this);
     recorder->watch(jobRunEngine);
+    recorder->followSettings();
     connect(recorder, &RunRecorder::errorEncountered, this, &BulkOperationsWidget::errorEncountered);
     connect(jobRunEngine, &JobRunEngine::deviceRefused, this,
             [this](const QString& id, const QString& message) {

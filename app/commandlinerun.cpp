@@ -35,6 +35,7 @@ const QString logDirOption = QStringLiteral("log-dir");
 const QString noLogsOption = QStringLiteral("no-logs");
 const QString devicesOption = QStringLiteral("devices");
 const QString reportOption = QStringLiteral("report");
+const QString databaseOption = QStringLiteral("database");
 const QString helpOption = QStringLiteral("help");
 const QString versionOption = QStringLiteral("version");
 
@@ -91,6 +92,9 @@ void CommandLineRun::printHelp()
               "                       or IP address for devices without one), checked or not\n"
               "  --report FILE        write the run's report (CSV) to FILE as well; with\n"
               "                       logging on it is always written to the log folder\n"
+              "  --database URL       keep the run in this production database instead of\n"
+              "                       the one in the settings: sqlite:PATH or\n"
+              "                       postgresql://user@host:port/dbname (?host=/socket/dir)\n"
               "  --help               show this help\n"
               "  --version            show the version\n"
               "\n"
@@ -115,6 +119,7 @@ int CommandLineRun::exec(const QStringList& arguments)
                        {noLogsOption, QString()},
                        {devicesOption, QString(), QStringLiteral("ids")},
                        {reportOption, QString(), QStringLiteral("file")},
+                       {databaseOption, QString(), QStringLiteral("url")},
                        {helpOption, QString()},
                        {versionOption, QString()}});
     if (!parser.parse(arguments))
@@ -148,6 +153,16 @@ int CommandLineRun::exec(const QStringList& arguments)
         return usageError(tr("--timeout takes a whole number of seconds from 1 to %1, not \"%2\".")
                               .arg(maxTimeoutSeconds)
                               .arg(parser.value(timeoutOption)));
+
+    // A production database that cannot be named stops the run before it starts; one away does not.
+    QString storeError;
+    const StoreLocation storeLocation =
+        parser.isSet(databaseOption) ? StoreLocation::fromUrl(parser.value(databaseOption), &storeError)
+                                     : StoreSettings::location(&storeError);
+    if (!storeLocation.isValid()) {
+        err << tr("harnwick: %1").arg(storeError) << Qt::endl;
+        return CannotRun;
+    }
 
     // The bundle, read as the window loads it.
     const QString shownPath = QDir::toNativeSeparators(bundlePath);
@@ -234,7 +249,7 @@ int CommandLineRun::exec(const QStringList& arguments)
 
     engine = new JobRunEngine(runner, this);
     // Watching first: a device's result is in the journal before its line is printed.
-    RunRecorder recorder(StoreSettings::location());
+    RunRecorder recorder(storeLocation);
     recorder.setJobFile(QFileInfo(bundlePath).absoluteFilePath());
     recorder.watch(engine);
     int refused = 0;

@@ -199,3 +199,74 @@ bool ProductionStore::ensureStation(QString* error)
     station_id = select.value(0).toLongLong();
     return true;
 }
+
+bool ProductionStore::check(const StoreLocation& location, QString* message)
+{
+    auto say = [message](const QString& text) {
+        if (message)
+            *message = text;
+    };
+    const QString name = location.displayName();
+    if (!location.isValid()) {
+        say(tr("No production database is set."));
+        return false;
+    }
+    if (!location.isPostgres() && !QFileInfo::exists(location.sqlitePath())) {
+        // The nearest folder that exists must let us make the rest.
+        QFileInfo folder(QFileInfo(location.sqlitePath()).absolutePath());
+        while (!folder.exists() && folder.absoluteFilePath() != QDir::rootPath())
+            folder.setFile(folder.absolutePath());
+        if (!folder.isDir() || !folder.isWritable()) {
+            say(tr("The file %1 cannot be made: %2 is not a writable folder.")
+                    .arg(name, QDir::toNativeSeparators(folder.absoluteFilePath())));
+            return false;
+        }
+        say(tr("The file %1 does not exist yet; it is made at the first run.").arg(name));
+        return true;
+    }
+    const QString connection = newConnectionName();
+    bool ok = false;
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase(
+            location.isPostgres() ? QStringLiteral("QPSQL") : QStringLiteral("QSQLITE"), connection);
+        if (location.isPostgres()) {
+            db.setHostName(location.host());
+            if (location.port() > 0)
+                db.setPort(location.port());
+            db.setUserName(location.userName());
+            db.setDatabaseName(location.databaseName());
+            QString options = QStringLiteral("connect_timeout=%1").arg(connectTimeoutSeconds);
+            if (!location.sslMode().isEmpty())
+                options += QStringLiteral(";sslmode=") + location.sslMode();
+            db.setConnectOptions(options);
+        } else {
+            db.setDatabaseName(location.sqlitePath());
+            db.setConnectOptions(
+                QStringLiteral("QSQLITE_OPEN_READONLY;QSQLITE_BUSY_TIMEOUT=%1").arg(busyTimeoutMs));
+        }
+        QList<int> applied;
+        QString reason;
+        if (!db.open()) {
+            say(tr("The production database %1 cannot be opened: %2").arg(name, db.lastError().text()));
+        } else if (!StoreMigrations::appliedVersions(db, location.isPostgres(), &applied, &reason)) {
+            say(tr("The production database %1 cannot be used: %2").arg(name, reason));
+        } else {
+            const int found = applied.isEmpty() ? 0 : *std::max_element(applied.begin(), applied.end());
+            const int known = StoreMigrations::latestVersion();
+            ok = found <= known;
+            if (!ok)
+                say(tr("The production database %1 has schema version %2, newer than this Harnwick knows "
+                       "(%3).")
+                        .arg(name)
+                        .arg(found)
+                        .arg(known));
+            else if (found == 0)
+                say(tr("Connected to %1: a new database; its tables are made at the first run.").arg(name));
+            else
+                say(tr("Connected to %1: schema version %2.").arg(name).arg(found));
+        }
+        db.close();
+    }
+    QSqlDatabase::removeDatabase(connection);
+    return ok;
+}

@@ -42,6 +42,11 @@ public:
     // This station's row in `stations`, made when the store was first opened here; 0 when closed.
     qint64 stationId() { return station_id; }
 
+    // Whether a store can be used, without changing anything in it (the settings' "Test connection"):
+    // true with what was found in *message (its schema version, or that it is new), false with the
+    // reason. Blocks for up to the connect timeout: call it off the GUI thread.
+    static bool check(const StoreLocation& location, QString* message);
+
     // How long SQLite waits for another writer before giving up.
     static constexpr int busyTimeoutMs = 5000;
     // How long the first contact with a PostgreSQL server may take.

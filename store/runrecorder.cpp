@@ -3,7 +3,9 @@
 #include "jobrunengine.h"
 #include "runrecords.h"
 #include "runreport.h"
+#include "settingsutil.h"
 #include "storejournal.h"
+#include "storesettings.h"
 #include "storewriter.h"
 
 #include <QDateTime>
@@ -22,20 +24,36 @@ constexpr int endWaitMs = 5000;
 
 RunRecorder::RunRecorder(const StoreLocation& location, const QString& journalFolder, QObject* parent)
     : QObject(parent), where(location),
-      folder(journalFolder.isEmpty() ? StoreJournal::defaultFolder() : journalFolder),
-      journal(std::make_unique<StoreJournal>(folder, location.url()))
+      folder(journalFolder.isEmpty() ? StoreJournal::defaultFolder() : journalFolder)
 {
+    startWriter();
+}
+
+RunRecorder::~RunRecorder()
+{
+    stopWriter();
+}
+
+void RunRecorder::startWriter()
+{
+    journal = std::make_unique<StoreJournal>(folder, where.url());
     thread = new QThread;
     thread->setObjectName(QStringLiteral("production store"));
-    writer = new StoreWriter(where, QString(), journal.get(), folder);
+    writer = new StoreWriter(where, stationName, journal.get(), folder);
     writer->moveToThread(thread);
     connect(thread, &QThread::finished, writer, &QObject::deleteLater);
     connect(writer, &StoreWriter::waiting, this, &RunRecorder::onWaiting);
     thread->start();
     QMetaObject::invokeMethod(writer, &StoreWriter::begin, Qt::QueuedConnection);
+    handed = 0;
+    handedResults = 0;
+    waitingCount = 0;
+    journalBroken = false;
+    if (retryFirstMs > 0)
+        setRetryDelays(retryFirstMs, retryLongestMs);
 }
 
-RunRecorder::~RunRecorder()
+void RunRecorder::stopWriter()
 {
     // Ended from inside, so the last attempt runs before the thread's loop stops.
     QMetaObject::invokeMethod(
@@ -47,12 +65,64 @@ RunRecorder::~RunRecorder()
         Qt::QueuedConnection);
     if (thread->wait(endWaitMs)) {
         delete thread;
+        journal.reset();
     } else {
         // The database does not answer; what waits is in the journal. The thread, the writer and
         // the journal it uses are left to the program's end rather than destroyed while in use.
         disconnect(writer, nullptr, this, nullptr);
         (void)journal.release();
     }
+    thread = nullptr;
+    writer = nullptr;
+}
+
+void RunRecorder::relocate(const StoreLocation& location)
+{
+    if (location == where)
+        return;
+    if (!runId.isEmpty()) {
+        nextLocation = std::make_unique<StoreLocation>(location);
+        return;
+    }
+    nextLocation.reset();
+    // What the old store has not taken yet stays in the old journal, which names the old store.
+    stopWriter();
+    where = location;
+    startWriter();
+}
+
+void RunRecorder::followSettings()
+{
+    connect(SettingsUtil::changes(), &SettingsUtil::settingChanged, this, &RunRecorder::onSettingChanged,
+            Qt::UniqueConnection);
+}
+
+void RunRecorder::onSettingChanged(const QString& group, const QString& key, const QVariant& oldValue,
+                                   const QVariant& newValue)
+{
+    const bool database = group == StoreSettings::group && key == StoreSettings::urlKey;
+    const bool corvane = group == Settings::corvaneGroup &&
+                         (key == Settings::executableKey || key == Settings::maxConcurrentProcessesKey ||
+                          key == Settings::processTimeoutSecondsKey);
+    if (!database && !corvane)
+        return;
+    const QVariantMap record =
+        RunRecords::auditRecord(currentStation(), operatorName, group + QLatin1Char('/') + key,
+                                oldValue.toString(), newValue.toString());
+    hand(record);
+    if (!database)
+        return;
+    QString error;
+    const StoreLocation location = StoreSettings::location(&error);
+    if (!location.isValid()) {
+        emit errorEncountered(error);
+        return;
+    }
+    const bool moving = location != where;
+    relocate(location);
+    // The new store learns where its runs came from too.
+    if (moving && location == where)
+        hand(record);
 }
 
 void RunRecorder::setStationName(const QString& name)
@@ -61,8 +131,15 @@ void RunRecorder::setStationName(const QString& name)
     QMetaObject::invokeMethod(writer, [writer = writer, name] { writer->setStationName(name); });
 }
 
+QString RunRecorder::currentStation() const
+{
+    return stationName.isEmpty() ? QSysInfo::machineHostName() : stationName;
+}
+
 void RunRecorder::setRetryDelays(int firstMs, int longestMs)
 {
+    retryFirstMs = firstMs;
+    retryLongestMs = longestMs;
     QMetaObject::invokeMethod(writer, [writer = writer, firstMs, longestMs] {
         writer->setRetryDelays(firstMs, longestMs);
         writer->tryNow();
@@ -124,7 +201,7 @@ void RunRecorder::onRunStarting(const QStringList& ids)
 {
     RunRecords::RunStart start;
     start.id = runId = RunRecords::newRunId();
-    start.station = stationName.isEmpty() ? QSysInfo::machineHostName() : stationName;
+    start.station = currentStation();
     start.started = QDateTime::currentDateTime();
     start.jobFile = jobFile;
     start.jobFileSha256 = jobFileSha256;
@@ -161,6 +238,8 @@ void RunRecorder::onRunFinished()
     hand(RunRecords::endRecord(runId, QDateTime::currentDateTime(), engine->devices(), int(refused.size())));
     runId.clear();
     refused.clear();
+    if (nextLocation)
+        relocate(*nextLocation);
 }
 
 void RunRecorder::onWaiting(int results, const QString& problem)

@@ -38,6 +38,9 @@ public:
 
     // Follows the engine's runs from now on.
     void watch(JobRunEngine* engine);
+    // The window's recorder: records changes of the settings that matter in the store's audit, and
+    // moves to another store when the setting names one (after the current run, if any).
+    void followSettings();
     // The bundle file the next runs come from (empty: a job only on screen), and who runs them.
     void setJobFile(const QString& path);
     void setOperatorName(const QString& name) { operatorName = name; }
@@ -60,7 +63,13 @@ signals:
     void waitingChanged(int results);
 
 private:
+    void startWriter();
+    void stopWriter();
+    void relocate(const StoreLocation& location);
+    void onSettingChanged(const QString& group, const QString& key, const QVariant& oldValue,
+                          const QVariant& newValue);
     void hand(const QVariantMap& record);
+    QString currentStation() const;
     void onRunStarting(const QStringList& ids);
     void onDeviceFinished(const JobDeviceRun& run);
     void onDeviceAborted(const QString& id);
@@ -84,4 +93,8 @@ private:
     int waitingCount = 0;
     QString lastProblem;
     bool journalBroken = false;
+    // A store named in the settings while a run was on: taken when it ends.
+    std::unique_ptr<StoreLocation> nextLocation;
+    int retryFirstMs = 0;
+    int retryLongestMs = 0;
 };

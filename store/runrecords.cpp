@@ -25,6 +25,21 @@ QString outcome(const JobDeviceRun& run)
     return QStringLiteral("not started");
 }
 
+QVariantMap auditRecord(const QString& station, const QString& actor, const QString& what,
+                        const QString& oldValue, const QString& newValue)
+{
+    QString who = actor;
+    if (who.isEmpty())
+        who = qEnvironmentVariable("USER", qEnvironmentVariable("LOGNAME"));
+    return {{kindKey, auditKind},
+            {stationKey, station},
+            {QStringLiteral("at_ms"), QDateTime::currentMSecsSinceEpoch()},
+            {QStringLiteral("actor"), who},
+            {QStringLiteral("what"), what},
+            {QStringLiteral("old_value"), oldValue},
+            {QStringLiteral("new_value"), newValue}};
+}
+
 QString newRunId()
 {
     return QUuid::createUuid().toString(QUuid::WithoutBraces);

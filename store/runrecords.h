@@ -20,6 +20,7 @@ inline const QString kindKey = QStringLiteral("kind");
 inline const QString runKind = QStringLiteral("run");
 inline const QString resultKind = QStringLiteral("result");
 inline const QString endKind = QStringLiteral("end");
+inline const QString auditKind = QStringLiteral("audit");
 // The station's name in run records; the writer turns it into the station's id.
 inline const QString stationKey = QStringLiteral("station");
 // The run's files in run records: a list of maps with "path" and "sha256".
@@ -52,6 +53,10 @@ QVariantMap refusedRecord(const QString& runId, const QString& deviceId);
 // The run's end with the count of each outcome; `refused` devices count as not started.
 QVariantMap endRecord(const QString& runId, const QDateTime& ended, const QVector<JobDeviceRun>& runs,
                       int refused);
+
+// A change of a setting that matters, now; `actor` is the operator, else the user of the system.
+QVariantMap auditRecord(const QString& station, const QString& actor, const QString& what,
+                        const QString& oldValue, const QString& newValue);
 
 // A new run id.
 QString newRunId();

@@ -3,6 +3,7 @@
 #include "runrecords.h"
 #include "storejournal.h"
 
+#include <QDateTime>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QTimer>
@@ -36,6 +37,9 @@ const Column resultColumns[] = {{"run_id", QVariant::String},          {"device_
                                 {"started_ms", QVariant::LongLong},    {"ended_ms", QVariant::LongLong},
                                 {"utc_offset_s", QVariant::LongLong},  {"elapsed_ms", QVariant::LongLong},
                                 {"log_file", QVariant::String}};
+const Column auditColumns[] = {{"at_ms", QVariant::LongLong},   {"station_id", QVariant::LongLong},
+                               {"actor", QVariant::String},     {"what", QVariant::String},
+                               {"old_value", QVariant::String}, {"new_value", QVariant::String}};
 const Column endColumns[] = {{"ended_ms", QVariant::LongLong}, {"devices", QVariant::LongLong},
                              {"done", QVariant::LongLong},     {"failed", QVariant::LongLong},
                              {"crashed", QVariant::LongLong},  {"timed_out", QVariant::LongLong},
@@ -342,24 +346,39 @@ bool StoreWriter::writeRecords(ProductionStore& store, const QList<QVariantMap>&
     QSqlQuery findStation(db);
     findStation.prepare(QStringLiteral("SELECT id FROM stations WHERE name = ?"));
 
+    // An audit row has no key of its own: a replayed one is known by its moment, setting and station.
+    QSqlQuery insertAudit(db);
+    insertAudit.prepare(
+        QStringLiteral("INSERT INTO audit(%1) SELECT %2 WHERE NOT EXISTS (SELECT 1 FROM audit "
+                       "WHERE at_ms = ? AND what = ? AND station_id = ?)")
+            .arg(columnList(auditColumns), placeholders(auditColumns)));
+
     QHash<QString, qint64> stations{{store.stationName(), store.stationId()}};
+    // The station's id by its name, entered when the store does not know it yet.
+    auto stationOf = [&](const QVariantMap& record, qint64* id) {
+        const QString station = record.value(RunRecords::stationKey).toString();
+        if (!stations.contains(station)) {
+            insertStation.addBindValue(station);
+            insertStation.addBindValue(QDateTime::currentMSecsSinceEpoch());
+            if (!insertStation.exec())
+                return rollBack(insertStation);
+            findStation.addBindValue(station);
+            if (!findStation.exec() || !findStation.next())
+                return rollBack(findStation);
+            stations.insert(station, findStation.value(0).toLongLong());
+            findStation.finish();
+        }
+        *id = stations.value(station);
+        return true;
+    };
     for (const QVariantMap& record : records) {
         const QString kind = record.value(RunRecords::kindKey).toString();
         if (kind == RunRecords::runKind) {
             QVariantMap values = record;
-            const QString station = record.value(RunRecords::stationKey).toString();
-            if (!stations.contains(station)) {
-                insertStation.addBindValue(station);
-                insertStation.addBindValue(record.value(QStringLiteral("started_ms")).toLongLong());
-                if (!insertStation.exec())
-                    return rollBack(insertStation);
-                findStation.addBindValue(station);
-                if (!findStation.exec() || !findStation.next())
-                    return rollBack(findStation);
-                stations.insert(station, findStation.value(0).toLongLong());
-                findStation.finish();
-            }
-            values.insert(QStringLiteral("station_id"), stations.value(station));
+            qint64 station = 0;
+            if (!stationOf(record, &station))
+                return false;
+            values.insert(QStringLiteral("station_id"), station);
             bindColumns(insertRun, values, runColumns);
             if (!insertRun.exec())
                 return rollBack(insertRun);
@@ -378,6 +397,18 @@ bool StoreWriter::writeRecords(ProductionStore& store, const QList<QVariantMap>&
             bindColumns(insertResult, record, resultColumns);
             if (!insertResult.exec())
                 return rollBack(insertResult);
+        } else if (kind == RunRecords::auditKind) {
+            QVariantMap values = record;
+            qint64 station = 0;
+            if (!stationOf(record, &station))
+                return false;
+            values.insert(QStringLiteral("station_id"), station);
+            bindColumns(insertAudit, values, auditColumns);
+            insertAudit.addBindValue(values.value(QStringLiteral("at_ms")).toLongLong());
+            insertAudit.addBindValue(values.value(QStringLiteral("what")).toString());
+            insertAudit.addBindValue(station);
+            if (!insertAudit.exec())
+                return rollBack(insertAudit);
         } else if (kind == RunRecords::endKind) {
             bindColumns(updateRun, record, endColumns);
             updateRun.addBindValue(record.value(QStringLiteral("id")).toString());

@@ -5,6 +5,7 @@
 
 #include <QCryptographicHash>
 #include <QFile>
+#include <QFileInfo>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QSqlRecord>
@@ -293,6 +294,48 @@ private slots:
                  qPrintable(error));
         QVERIFY(!store.open(StoreLocation(), &error));
         QVERIFY(!error.isEmpty());
+    }
+
+    // The settings' connection test: says what it finds and changes nothing.
+    void checkWithoutChanging()
+    {
+        QString message;
+        const QString path =
+            stores.freshUrl(QStringLiteral("sqlite")).mid(7) + QStringLiteral(".d/line.sqlite");
+        QVERIFY(ProductionStore::check(StoreLocation::sqliteFile(path), &message));
+        QVERIFY2(message.contains(QLatin1String("made at the first run")), qPrintable(message));
+        QVERIFY(!QFileInfo::exists(path) && !QFileInfo::exists(QFileInfo(path).path()));
+
+        // Below a file, no folder can be made.
+        {
+            QFile blocker(path.left(path.lastIndexOf('/')) + QStringLiteral("-file"));
+            QVERIFY(blocker.open(QIODevice::WriteOnly));
+            QVERIFY(!ProductionStore::check(
+                StoreLocation::sqliteFile(blocker.fileName() + "/sub/line.sqlite"), &message));
+            QVERIFY2(message.contains(QLatin1String("not a writable folder")), qPrintable(message));
+        }
+
+        {
+            ProductionStore store;
+            QVERIFY(store.open(StoreLocation::sqliteFile(path), &message));
+        }
+        const QByteArray before = fileHash(path);
+        QVERIFY(ProductionStore::check(StoreLocation::sqliteFile(path), &message));
+        QVERIFY2(message.endsWith(QStringLiteral("schema version %1.").arg(StoreMigrations::latestVersion())),
+                 qPrintable(message));
+        QCOMPARE(fileHash(path), before);
+
+        if (!PostgresServer::binaryFolder().isEmpty()) {
+            const QString url = stores.freshUrl(QStringLiteral("postgres"));
+            QVERIFY(ProductionStore::check(locationOf(url), &message));
+            QVERIFY2(message.contains(QLatin1String("a new database")), qPrintable(message));
+            ProductionStore store;
+            QVERIFY(store.open(locationOf(url), &message));
+            QVERIFY(!tableExists(store, QStringLiteral("never_there")));
+        }
+        QVERIFY(!ProductionStore::check(
+            locationOf(QStringLiteral("postgresql://nobody@/prod?host=/nonexistent/socket")), &message));
+        QVERIFY2(message.contains(QLatin1String("cannot be opened")), qPrintable(message));
     }
 
 private:

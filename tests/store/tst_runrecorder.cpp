@@ -384,6 +384,118 @@ private slots:
             QFile::remove(QDir(StoreJournal::defaultFolder()).filePath(name));
     }
 
+    // --database names the store of one headless run; a URL that names none stops it before it starts.
+    void commandLineDatabaseOption()
+    {
+        SimulatorSession session(SimulatorSession::faultyFleet());
+        QTemporaryDir folder;
+        const QString bundle = folder.filePath(QStringLiteral("job.hwj"));
+        BatchUtil::DeviceEntry entry;
+        entry.serialNumber = 801002345u;
+        entry.connectionType = BatchUtil::Usb;
+        entry.targetDevice = QStringLiteral("KM32G101F512");
+        entry.selected = true;
+        BatchUtil util;
+        QVERIFY(util.bundleWrite(bundle, {step("log_device_info")}, {entry}, false, QString(), 0, {}));
+        const QString settingsStore = stores.freshUrl(QStringLiteral("sqlite"));
+        const QString chosen = stores.freshUrl(QStringLiteral("sqlite"));
+        StoreSettings::setUrl(settingsStore);
+
+        auto run = [&](const QString& database, QString* err) {
+            QString out;
+            QTextStream outStream(&out), errStream(err);
+            CommandLineRun command(outStream, errStream, false);
+            return command.exec({QStringLiteral("harnwick"), QStringLiteral("--run"), bundle,
+                                 QStringLiteral("--no-logs"), QStringLiteral("--database"), database});
+        };
+        QString err;
+        QCOMPARE(run(QStringLiteral("postgresql://db.line3.example:99999/production"), &err),
+                 int(CommandLineRun::CannotRun));
+        QVERIFY2(err.contains(QLatin1String("\"99999\"")), qPrintable(err));
+        QVERIFY(session.batchInvocations().isEmpty());
+
+        err.clear();
+        QCOMPARE(run(chosen, &err), int(CommandLineRun::AllDone));
+        QVERIFY2(err.isEmpty(), qPrintable(err));
+        ProductionStore store;
+        QString error;
+        QVERIFY2(store.open(locationOf(chosen), &error), qPrintable(error));
+        QCOMPARE(
+            count(store, QStringLiteral("SELECT count(*) FROM device_results WHERE device_id = '801002345'")),
+            1);
+        QSqlQuery jobFile(store.database());
+        QVERIFY(jobFile.exec(QStringLiteral("SELECT job_file, job_file_sha256 FROM runs")) && jobFile.next());
+        QCOMPARE(jobFile.value(0).toString(), bundle);
+        QCOMPARE(jobFile.value(1).toString(), RunReport::sha256OfFile(bundle));
+        QVERIFY(!QFileInfo::exists(locationOf(settingsStore).sqlitePath()));
+    }
+
+    // The settings that matter leave a row in the audit; a new database setting moves the window's runs
+    // there.
+    void auditAndMoveWithTheSettings()
+    {
+        SimulatorSession session(SimulatorSession::faultyFleet());
+        QTemporaryDir journals;
+        const QString first = stores.freshUrl(QStringLiteral("sqlite"));
+        const QString second = stores.freshUrl(QStringLiteral("sqlite"));
+        StoreSettings::setUrl(first);
+        CorvaneProcessRunner runner;
+        JobRunEngine engine(&runner);
+        RunRecorder recorder(StoreSettings::location(), journals.path());
+        recorder.setOperatorName(QStringLiteral("m.okafor"));
+        recorder.watch(&engine);
+        recorder.followSettings();
+
+        const QString simulator = TestEnvironment::simulatorPath();
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey,
+                                 QStringLiteral("/opt/kelmara/cv2"));
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::executableKey, simulator);
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::processTimeoutSecondsKey, 240);
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 3); // unchanged
+        SettingsUtil::setSetting(Settings::loggingGroup, Settings::loggingEnabledKey, false); // not audited
+        StoreSettings::setUrl(second);
+        QCOMPARE(recorder.location(), locationOf(second));
+
+        JobRunRequest request;
+        request.steps = {step("log_device_info")};
+        request.devices = {usb(QStringLiteral("801002345"))};
+        request.logging = false;
+        QVERIFY(runJob(engine, request));
+        QVERIFY2(recorder.settle(20000), qPrintable(recorder.problem()));
+
+        auto audit = [&](const QString& url) {
+            ProductionStore store;
+            QString error;
+            QStringList rows;
+            if (!store.open(locationOf(url), &error))
+                return QStringList{error};
+            QSqlQuery query(store.database());
+            query.exec(QStringLiteral(
+                "SELECT what, old_value, new_value, actor, station_id FROM audit ORDER BY id"));
+            while (query.next())
+                rows << QStringList{query.value(0).toString(), query.value(1).toString(),
+                                    query.value(2).toString(), query.value(3).toString(),
+                                    query.value(4).toLongLong() == store.stationId() ? "here" : "elsewhere"}
+                            .join(QLatin1Char('|'));
+            return rows;
+        };
+        // Runs recorded before the move went to the old store, which keeps the record of the move.
+        QCOMPARE(audit(first),
+                 QStringList({"Corvane/executable|" + simulator + "|/opt/kelmara/cv2|m.okafor|here",
+                              "Corvane/executable|/opt/kelmara/cv2|" + simulator + "|m.okafor|here",
+                              "Corvane/process_timeout_seconds||240|m.okafor|here",
+                              "ProductionDatabase/url|" + first + "|" + second + "|m.okafor|here"}));
+        QCOMPARE(audit(second),
+                 QStringList({"ProductionDatabase/url|" + first + "|" + second + "|m.okafor|here"}));
+        ProductionStore store;
+        QString error;
+        QVERIFY(store.open(locationOf(second), &error));
+        QCOMPARE(count(store, QStringLiteral("SELECT count(*) FROM device_results")), 1);
+        ProductionStore old;
+        QVERIFY(old.open(locationOf(first), &error));
+        QCOMPARE(count(old, QStringLiteral("SELECT count(*) FROM runs")), 0);
+    }
+
     // harnwick --run killed at random moments while it writes: the store always opens intact, and every
     // device whose end the program printed is in the store or in a journal.
     void killedWhileWriting()
