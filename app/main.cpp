@@ -1,4 +1,5 @@
 #include "commandlinerun.h"
+#include "historycommand.h"
 #include "interruptwatcher.h"
 #include "mainwindow.h"
 
@@ -40,7 +41,7 @@ void installTranslators(QTranslator& qtTranslator, QTranslator& translator)
         QCoreApplication::installTranslator(&translator);
 }
 
-// "--run", "--help" and "--version" work without a display: no QApplication is made.
+// "--run", "--history", "--help" and "--version" work without a display: no QApplication is made.
 int runFromCommandLine(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
@@ -52,6 +53,8 @@ int runFromCommandLine(int argc, char** argv)
 
     QTextStream out(stdout);
     QTextStream err(stderr);
+    if (HistoryCommand::isHistoryCommand(QCoreApplication::arguments()))
+        return HistoryCommand(out, err).exec(QCoreApplication::arguments());
     CommandLineRun run(out, err, ::isatty(STDOUT_FILENO) == 1);
     InterruptWatcher interrupts;
     QObject::connect(&interrupts, &InterruptWatcher::interrupted, &run, &CommandLineRun::interrupt);
@@ -65,7 +68,7 @@ int main(int argc, char** argv)
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
-    if (CommandLineRun::isCommandLine(arguments))
+    if (CommandLineRun::isCommandLine(arguments) || HistoryCommand::isHistoryCommand(arguments))
         return runFromCommandLine(argc, argv);
 
     QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
