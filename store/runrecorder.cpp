@@ -193,8 +193,7 @@ void RunRecorder::hand(const QVariantMap& record)
     handed = numbered.value(QStringLiteral("seq")).toLongLong();
     if (record.value(RunRecords::kindKey).toString() == RunRecords::resultKind)
         ++handedResults;
-    QMetaObject::invokeMethod(
-        writer, [writer = writer, numbered] { writer->add(numbered); }, Qt::QueuedConnection);
+    writer->post(numbered);
 }
 
 void RunRecorder::onRunStarting(const QStringList& ids)

@@ -15,6 +15,8 @@ namespace {
 
 // Records written in one transaction at most.
 constexpr int batchSize = 500;
+// How long a record waits for others to share its transaction.
+constexpr int batchDelayMs = 100;
 
 // The columns each record fills, with the kind of value they hold.
 struct Column
@@ -127,6 +129,10 @@ StoreWriter::StoreWriter(const StoreLocation& location, const QString& stationNa
     retryTimer = new QTimer(this);
     retryTimer->setSingleShot(true);
     connect(retryTimer, &QTimer::timeout, this, &StoreWriter::process);
+    batchTimer = new QTimer(this);
+    batchTimer->setSingleShot(true);
+    batchTimer->setInterval(batchDelayMs);
+    connect(batchTimer, &QTimer::timeout, this, &StoreWriter::process);
 }
 
 StoreWriter::~StoreWriter() = default;
@@ -166,19 +172,42 @@ void StoreWriter::begin()
     process();
 }
 
-void StoreWriter::add(const QVariantMap& record)
+void StoreWriter::post(const QVariantMap& record)
 {
-    pending.append(record);
-    if (retryTimer->isActive()) {
-        // The store is away: the record waits with the others, in the journal already.
+    QMutexLocker locker(&inboxMutex);
+    inbox.append(record);
+    // One wake-up per batch: while the writer is going to look anyway, records only queue up.
+    if (lookingSoon)
+        return;
+    lookingSoon = true;
+    QMetaObject::invokeMethod(this, &StoreWriter::takeInbox, Qt::QueuedConnection);
+}
+
+QList<QVariantMap> StoreWriter::drainInbox(bool lookAgainSoon)
+{
+    QMutexLocker locker(&inboxMutex);
+    QList<QVariantMap> records;
+    records.swap(inbox);
+    lookingSoon = lookAgainSoon;
+    return records;
+}
+
+void StoreWriter::takeInbox()
+{
+    const bool away = retryTimer->isActive();
+    // Results that end close together go in one transaction: each commit of SQLite waits for the
+    // disk, and the records are safe in the journal meanwhile. The batch's end takes what came since.
+    const QList<QVariantMap> records = drainInbox(!away);
+    pending += records;
+    if (away) {
+        // The store is away: the records wait with the others, in the journal already.
         report(lastProblem);
-        attempted = record.value(QStringLiteral("seq")).toLongLong();
+        if (!records.isEmpty())
+            attempted = records.last().value(QStringLiteral("seq")).toLongLong();
         return;
     }
-    if (!scheduled) {
-        scheduled = true;
-        QMetaObject::invokeMethod(this, &StoreWriter::process, Qt::QueuedConnection);
-    }
+    if (!batchTimer->isActive())
+        batchTimer->start();
 }
 
 void StoreWriter::tryNow()
@@ -190,6 +219,7 @@ void StoreWriter::tryNow()
 void StoreWriter::end()
 {
     // One last try when the store is there; a store away would only hold up the program's end.
+    pending += drainInbox(false);
     if (!retryTimer->isActive() && !pending.isEmpty())
         process();
     ended = true;
@@ -219,7 +249,8 @@ void StoreWriter::report(const QString& problem)
 
 void StoreWriter::process()
 {
-    scheduled = false;
+    batchTimer->stop();
+    pending += drainInbox(false);
     if (ended)
         return;
     const qint64 handed =

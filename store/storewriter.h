@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QHash>
 #include <QList>
+#include <QMutex>
 #include <QObject>
 #include <QVariantMap>
 
@@ -49,8 +50,8 @@ public:
 public slots:
     // Opens the store and replays the journals left behind.
     void begin();
-    // One record, with its journal sequence number in "seq".
-    void add(const QVariantMap& record);
+    // One record, with its journal sequence number in "seq". Any thread.
+    void post(const QVariantMap& record);
     // Tries at once, without waiting for the back-off.
     void tryNow();
     // Last attempt, then closes the store; records still waiting stay in the journal.
@@ -61,6 +62,8 @@ signals:
     void waiting(int results, const QString& problem);
 
 private:
+    void takeInbox();
+    QList<QVariantMap> drainInbox(bool lookAgainSoon);
     void process();
     void scheduleRetry();
     bool ensureOpen(QString* error);
@@ -72,13 +75,17 @@ private:
     QString journalFolder;
     ProductionStore store;
     QList<QVariantMap> pending;
+    // Records posted from other threads, not yet taken.
+    QMutex inboxMutex;
+    QList<QVariantMap> inbox;
+    bool lookingSoon = false;
     struct OrphanBatch;
     std::vector<std::unique_ptr<OrphanBatch>> orphans;
     QTimer* retryTimer = nullptr;
     int firstDelayMs = 1000;
     int longestDelayMs = 60000;
     int delayMs = 1000;
-    bool scheduled = false;
+    QTimer* batchTimer = nullptr;
     bool ended = false;
     int lastReportedWaiting = -1;
     QString lastProblem;
