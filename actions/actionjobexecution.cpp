@@ -13,8 +13,10 @@
 #include "jobrunengine.h"
 #include "latestlines.h"
 #include "qprogressindicator.h"
+#include "runrecorder.h"
 #include "runreport.h"
 #include "settingsutil.h"
+#include "storesettings.h"
 
 #include <QComboBox>
 #include <QDateTime>
@@ -129,6 +131,11 @@ void BulkOperationsWidget::setupJobRunEngine()
     connect(latestLines, &LatestLines::refresh, this, &BulkOperationsWidget::showPendingStatusLines);
     jobRunEngine = new JobRunEngine(corvaneProcessRunner, this);
     connect(jobRunEngine, &JobRunEngine::errorEncountered, this, &BulkOperationsWidget::errorEncountered);
+    // Every run goes into the production store as well, off this thread; a store away shows here.
+    auto* recorder = new RunRecorder(StoreSettings::location(), QString(), this);
+    recorder->watch(jobRunEngine);
+    recorder->followSettings();
+    connect(recorder, &RunRecorder::errorEncountered, this, &BulkOperationsWidget::errorEncountered);
     connect(jobRunEngine, &JobRunEngine::deviceRefused, this,
             [this](const QString& id, const QString& message) {
                 const int row = getDeviceIndexInModel(id);

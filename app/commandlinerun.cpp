@@ -7,8 +7,10 @@
 #include "jobchecks.h"
 #include "jobexecution.h"
 #include "jobrunengine.h"
+#include "runrecorder.h"
 #include "runreport.h"
 #include "settingsutil.h"
+#include "storesettings.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -24,6 +26,8 @@ namespace {
 constexpr int progressRefreshMs = 250;
 constexpr int maxConcurrency = 100;
 constexpr int maxTimeoutSeconds = 24 * 60 * 60;
+// How long the end of a run waits for the production store to take its last results.
+constexpr int storeSettleMs = 15000;
 
 const QString runOption = QStringLiteral("run");
 const QString concurrencyOption = QStringLiteral("concurrency");
@@ -33,6 +37,7 @@ const QString noLogsOption = QStringLiteral("no-logs");
 const QString devicesOption = QStringLiteral("devices");
 const QString reportOption = QStringLiteral("report");
 const QString corvaneOption = QStringLiteral("corvane");
+const QString databaseOption = QStringLiteral("database");
 const QString helpOption = QStringLiteral("help");
 const QString versionOption = QStringLiteral("version");
 
@@ -108,6 +113,9 @@ void CommandLineRun::printHelp()
               "  --report FILE        write the run's report (CSV) to FILE as well (its folder\n"
               "                       must exist); with logging on it is always written to\n"
               "                       the log folder\n"
+              "  --database URL       keep the run in this production database instead of\n"
+              "                       the one in the settings: sqlite:PATH or\n"
+              "                       postgresql://user@host:port/dbname (?host=/socket/dir)\n"
               "  --help               show this help\n"
               "  --version            show the version\n"
               "\n"
@@ -133,6 +141,7 @@ int CommandLineRun::exec(const QStringList& arguments)
                        {devicesOption, QString(), QStringLiteral("ids")},
                        {reportOption, QString(), QStringLiteral("file")},
                        {corvaneOption, QString(), QStringLiteral("path")},
+                       {databaseOption, QString(), QStringLiteral("url")},
                        {helpOption, QString()},
                        {versionOption, QString()}});
     if (!parser.parse(arguments))
@@ -173,6 +182,16 @@ int CommandLineRun::exec(const QStringList& arguments)
             err << tr("harnwick: %1").arg(problem) << Qt::endl;
             return CannotRun;
         }
+    }
+
+    // A production database that cannot be named stops the run before it starts; one away does not.
+    QString storeError;
+    const StoreLocation storeLocation =
+        parser.isSet(databaseOption) ? StoreLocation::fromUrl(parser.value(databaseOption), &storeError)
+                                     : StoreSettings::location(&storeError);
+    if (!storeLocation.isValid()) {
+        err << tr("harnwick: %1").arg(storeError) << Qt::endl;
+        return CannotRun;
     }
 
     // The bundle, read as the window loads it.
@@ -274,6 +293,10 @@ int CommandLineRun::exec(const QStringList& arguments)
             << QDir(request.logDirectory).absoluteFilePath(RunReport::fileName(QDateTime::currentDateTime()));
 
     engine = new JobRunEngine(runner, this);
+    // Watching first: a device's result is in the journal before its line is printed.
+    RunRecorder recorder(storeLocation);
+    recorder.setJobFile(QFileInfo(bundlePath).absoluteFilePath());
+    recorder.watch(engine);
     int refused = 0;
     connect(engine, &JobRunEngine::errorEncountered, this,
             [this](const QString& message) { printLine(tr("harnwick: %1").arg(message), err); });
@@ -321,6 +344,9 @@ int CommandLineRun::exec(const QStringList& arguments)
                   .arg(counts.notStarted + refused)
                   .arg(JobExecution::elapsedText(engine->elapsedMs())),
               out);
+    // A store away keeps the results in the journal; the exit status stays the devices'.
+    if (!recorder.settle(storeSettleMs))
+        printLine(tr("harnwick: %1").arg(RunRecorder::unreachableText(recorder.waitingResults())), err);
     return counts.unsuccessful() + refused == 0 ? AllDone : SomeUnsuccessful;
 }
 

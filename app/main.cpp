@@ -1,4 +1,5 @@
 #include "commandlinerun.h"
+#include "historycommand.h"
 #include "interruptwatcher.h"
 #include "mainwindow.h"
 #include "stationcommandline.h"
@@ -41,7 +42,7 @@ void installTranslators(QTranslator& qtTranslator, QTranslator& translator)
         QCoreApplication::installTranslator(&translator);
 }
 
-// "--run", "--help" and "--version" work without a display: no QApplication is made.
+// "--run", "--history", "--help" and "--version" work without a display: no QApplication is made.
 int runFromCommandLine(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
@@ -53,6 +54,8 @@ int runFromCommandLine(int argc, char** argv)
 
     QTextStream out(stdout);
     QTextStream err(stderr);
+    if (HistoryCommand::isHistoryCommand(QCoreApplication::arguments()))
+        return HistoryCommand(out, err).exec(QCoreApplication::arguments());
     CommandLineRun run(out, err, ::isatty(STDOUT_FILENO) == 1);
     InterruptWatcher interrupts;
     QObject::connect(&interrupts, &InterruptWatcher::interrupted, &run, &CommandLineRun::interrupt);
@@ -85,7 +88,7 @@ int main(int argc, char** argv)
         arguments << QString::fromLocal8Bit(argv[i]);
     if (StationCommandLine::isStation(arguments))
         return runStationFromCommandLine(argc, argv);
-    if (CommandLineRun::isCommandLine(arguments))
+    if (CommandLineRun::isCommandLine(arguments) || HistoryCommand::isHistoryCommand(arguments))
         return runFromCommandLine(argc, argv);
     // Without a display the window would die in Qt's platform plugin with an abort.
     const QString noDisplay = CommandLineRun::noDisplayMessage(arguments);

@@ -5,6 +5,7 @@
 #include "bulkoperationswidget.h"
 #include "jobrunengine.h"
 #include "outputviewerdialog.h"
+#include "productiondatabasedialog.h"
 #include "settingsutil.h"
 
 #include <QCloseEvent>
@@ -155,6 +156,9 @@ void MainWindow::setupMenuBar()
     connect(setPath, SIGNAL(triggered()), this, SLOT(setCorvanePath()));
     QAction* revertPath = settingsMenu->addAction(tr("&Revert Corvane Executable Path to Default"));
     connect(revertPath, SIGNAL(triggered()), this, SLOT(revertCorvanePath()));
+    settingsMenu->addSeparator();
+    QAction* database = settingsMenu->addAction(tr("Production &Database..."));
+    connect(database, SIGNAL(triggered()), this, SLOT(editProductionDatabase()));
 
     QMenu* helpMenu = menuBar()->addMenu(tr("&Help"));
     QAction* aboutAction = helpMenu->addAction(tr("&About Harnwick"));
@@ -289,6 +293,12 @@ void MainWindow::revertCorvanePath()
 {
     SettingsUtil::clearSetting(Settings::corvaneGroup, Settings::executableKey);
     bulkOperationsWidget->newCorvaneExecutablePathSet(QString());
+}
+
+void MainWindow::editProductionDatabase()
+{
+    ProductionDatabaseDialog dialog(this);
+    dialog.exec();
 }
 
 void MainWindow::closeEvent(QCloseEvent* event)

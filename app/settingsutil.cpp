@@ -1,5 +1,6 @@
 #include "settingsutil.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QSettings>
 #include <QThread>
@@ -31,13 +32,30 @@ QVariant SettingsUtil::getSetting(const QString& group, const QString& key, cons
 void SettingsUtil::setSetting(const QString& group, const QString& key, const QVariant& value)
 {
     Store settings(group);
+    const QVariant old = settings.value(key);
     settings.setValue(key, value);
+    if (old.toString() != value.toString() || old.isValid() != value.isValid())
+        emit changes()->settingChanged(group, key, old, value);
 }
 
 void SettingsUtil::clearSetting(const QString& group, const QString& key)
 {
     Store settings(group);
+    const QVariant old = settings.value(key);
     settings.remove(key);
+    if (old.isValid())
+        emit changes()->settingChanged(group, key, old, QVariant());
+}
+
+SettingsUtil* SettingsUtil::changes()
+{
+    static SettingsUtil* notifier = [] {
+        auto* object = new SettingsUtil;
+        if (QCoreApplication::instance())
+            object->moveToThread(QCoreApplication::instance()->thread());
+        return object;
+    }();
+    return notifier;
 }
 
 QString SettingsUtil::defaultLogFileDirectory()

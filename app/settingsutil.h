@@ -17,6 +17,15 @@ public:
 
     // Per-user default for Logging/"log_file_directory"; not created here.
     static QString defaultLogFileDirectory();
+
+    // Tells of every change made through setSetting and clearSetting (the audit of settings that
+    // matter listens); lives on the main thread.
+    static SettingsUtil* changes();
+
+signals:
+    // A value changed; a cleared setting has an invalid new value.
+    void settingChanged(const QString& group, const QString& key, const QVariant& oldValue,
+                        const QVariant& newValue);
 };
 
 // Group and key names with the one default each reader must use.

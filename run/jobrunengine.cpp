@@ -142,20 +142,21 @@ bool JobRunEngine::start(const JobRunRequest& request)
     steps = request.steps;
     report.reset();
     reportPaths.clear();
+    // Hashed as the run starts: what the devices get is what the report and the store name.
+    bundleHash = RunReport::sha256OfFile(bundle);
+    files.clear();
+    for (const QString& file : RunReport::filesOfSteps(steps)) {
+        const auto known = request.fileHashes.constFind(file);
+        files.append({file, known != request.fileHashes.cend() ? *known : RunReport::sha256OfFile(file)});
+    }
     if (!request.reportPaths.isEmpty()) {
-        RunReport::Header header{QCoreApplication::applicationVersion(),
-                                 runner->getExecutablePath(),
-                                 steps,
-                                 request.jobFile,
-                                 request.jobFileSha256,
-                                 JobHash::sha256(request),
-                                 {}};
-        // Hashed as the run starts: what the devices get is what the report names.
-        for (const QString& file : RunReport::filesOfSteps(steps)) {
-            const auto known = request.fileHashes.constFind(file);
-            header.files.append(
-                {file, known != request.fileHashes.cend() ? *known : RunReport::sha256OfFile(file)});
-        }
+        const RunReport::Header header{QCoreApplication::applicationVersion(),
+                                       runner->getExecutablePath(),
+                                       steps,
+                                       request.jobFile,
+                                       request.jobFileSha256,
+                                       JobHash::sha256(request),
+                                       files};
         report = std::make_unique<RunReport>();
         if (report->open(request.reportPaths, header))
             reportPaths = report->paths();

@@ -130,6 +130,10 @@ public:
     QString bundlePath() const { return bundle; }
     // The report files of the current or last run.
     QStringList reportFiles() const { return reportPaths; }
+    // The current or last run's steps, the SHA-256 of its bundle and the files its steps use with theirs.
+    const QList<QMap<QString, QVariant>>& jobSteps() const { return steps; }
+    QString bundleSha256() const { return bundleHash; }
+    const QList<QPair<QString, QString>>& jobFiles() const { return files; }
 
     // The file name of the run's job bundle for a given moment.
     static QString bundleFileName(const QDateTime& moment);
@@ -178,6 +182,8 @@ private:
     QList<QMap<QString, QVariant>> steps;
     QStringList reportPaths;
     QString bundle;
+    QString bundleHash;
+    QList<QPair<QString, QString>> files;
     QElapsedTimer runTimer;
     qint64 finishedElapsedMs = 0;
     // The local time's offset from UTC as the run starts: devices' times carry it, since
