@@ -1,0 +1,60 @@
+#pragma once
+
+#include "poolstore.h"
+
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QString>
+#include <QUuid>
+#include <QVariant>
+
+// A store for the pool tests: a connection of the calling thread to a SQLite file
+// (or a PostgreSQL database), with the pool tables.
+class PoolTestStore
+{
+public:
+    ~PoolTestStore() { close(); }
+
+    static QString sqliteLocation(const QString& path) { return QStringLiteral("sqlite:") + path; }
+    static bool postgresAvailable() { return false; }
+    static QString postgresLocation() { return QString(); }
+
+    bool open(const QString& location, bool postgres = false)
+    {
+        if (postgres)
+            return false;
+        name = QUuid::createUuid().toString();
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
+        db.setDatabaseName(location.mid(7));
+        db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=20000"));
+        if (!db.open())
+            return false;
+        QSqlQuery query(db);
+        query.exec(QStringLiteral("PRAGMA journal_mode=WAL"));
+        query.exec(QStringLiteral("BEGIN IMMEDIATE"));
+        query.exec(QStringLiteral("SELECT COUNT(*) FROM sqlite_master WHERE name = 'pools'"));
+        const bool present = query.next() && query.value(0).toInt() > 0;
+        if (!present)
+            for (const QString& statement : PoolStore::sqliteSchema())
+                if (!query.exec(statement))
+                    return false;
+        query.exec(QStringLiteral("COMMIT"));
+        return true;
+    }
+
+    void close()
+    {
+        if (name.isEmpty())
+            return;
+        QSqlDatabase::database(name, false).close();
+        QSqlDatabase::removeDatabase(name);
+        name.clear();
+    }
+
+    QSqlDatabase database() const { return QSqlDatabase::database(name, false); }
+    qint64 stationId() const { return 1; }
+    PoolStore pools() const { return PoolStore(database(), false, stationId()); }
+
+private:
+    QString name;
+};
