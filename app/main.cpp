@@ -1,6 +1,7 @@
 #include "commandlinerun.h"
 #include "interruptwatcher.h"
 #include "mainwindow.h"
+#include "poolcommandline.h"
 
 #include <QApplication>
 #include <QLibraryInfo>
@@ -52,6 +53,8 @@ int runFromCommandLine(int argc, char** argv)
 
     QTextStream out(stdout);
     QTextStream err(stderr);
+    if (PoolCommandLine::handles(QCoreApplication::arguments()))
+        return PoolCommandLine(out, err).exec(QCoreApplication::arguments());
     CommandLineRun run(out, err, ::isatty(STDOUT_FILENO) == 1);
     InterruptWatcher interrupts;
     QObject::connect(&interrupts, &InterruptWatcher::interrupted, &run, &CommandLineRun::interrupt);
@@ -65,7 +68,7 @@ int main(int argc, char** argv)
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
-    if (CommandLineRun::isCommandLine(arguments))
+    if (CommandLineRun::isCommandLine(arguments) || PoolCommandLine::handles(arguments))
         return runFromCommandLine(argc, argv);
 
     QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);

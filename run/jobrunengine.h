@@ -14,6 +14,7 @@
 #include <memory>
 
 class CorvaneProcessRunner;
+class PoolRunSession;
 class QTemporaryDir;
 class QTimer;
 class RunReport;
@@ -43,6 +44,8 @@ struct JobRunRequest
     QStringList reportPaths;
     // SHA-256 of job files already read by the caller; others are read for the report.
     QHash<QString, QString> fileHashes;
+    // The production store holding the data pools the job's variables name; empty for the default.
+    QString storeUrl;
 };
 
 // Where a device of a run stands.
@@ -121,6 +124,8 @@ public:
     // The folder holding the run's job bundle; empty when no run is on.
     QString runFolder() const;
     QString bundlePath() const { return bundle; }
+    // The data pool values of the current or last run.
+    const PoolRunSession* pools() const { return poolSession; }
     // The report files of the current or last run.
     QStringList reportFiles() const { return reportPaths; }
 
@@ -177,6 +182,7 @@ private:
     // when the tool is quick. The moments stay exact across a change of daylight saving.
     int utcOffsetSeconds = 0;
     QTimer* stallCheck = nullptr;
+    PoolRunSession* poolSession = nullptr;
 };
 
 Q_DECLARE_METATYPE(JobDeviceRun)
