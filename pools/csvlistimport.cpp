@@ -109,17 +109,16 @@ bool CsvListImport::read(const QString& text, const QString& column, QStringList
         }
         const QString value = record.fields.value(index);
         if (value.isEmpty()) {
-            *error = column.isEmpty()
-                         ? tr("Line %1 has an empty value.").arg(record.line)
-                         : tr("Line %1 has no value in column \"%2\".").arg(record.line).arg(column);
+            *error =
+                column.isEmpty()
+                    ? tr("Line %1 has an empty value.").arg(record.line)
+                    : tr("Line %1 has no value in column \"%2\".").arg(QString::number(record.line), column);
             return false;
         }
         const auto earlier = seen.constFind(value);
         if (earlier != seen.constEnd()) {
             *error = tr("The value \"%1\" on line %2 is a duplicate of line %3.")
-                         .arg(value)
-                         .arg(record.line)
-                         .arg(earlier.value());
+                         .arg(value, QString::number(record.line), QString::number(earlier.value()));
             return false;
         }
         seen.insert(value, record.line);

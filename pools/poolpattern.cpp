@@ -23,7 +23,8 @@ bool PoolPattern::parse(const QString& pattern, PoolPattern* result, QString* er
         }
         const int start = i;
         if (i + 1 >= length) {
-            *error = tr("The format \"%1\" ends with a lone %; write %% for a percent sign.").arg(pattern);
+            *error = tr("The format \"%1\" ends with a lone %2; write %3 for a percent sign.")
+                         .arg(pattern, QStringLiteral("%"), QStringLiteral("%%"));
             return false;
         }
         if (pattern.at(i + 1) == QLatin1Char('%')) {
@@ -43,15 +44,13 @@ bool PoolPattern::parse(const QString& pattern, PoolPattern* result, QString* er
             }
             if (digits == 0 || width == 0) {
                 *error = tr("The format \"%1\" has a zero-padded conversion without a width; write "
-                            "for example %06d.")
-                             .arg(pattern);
+                            "for example %2.")
+                             .arg(pattern, QStringLiteral("%06d"));
                 return false;
             }
             if (width > MaximumWidth) {
                 *error = tr("The format \"%1\" asks for a width of %2; at most %3 digits are allowed.")
-                             .arg(pattern)
-                             .arg(width)
-                             .arg(MaximumWidth);
+                             .arg(pattern, QString::number(width), QString::number(MaximumWidth));
                 return false;
             }
         }
@@ -68,9 +67,10 @@ bool PoolPattern::parse(const QString& pattern, PoolPattern* result, QString* er
         }
         if (base == 0) {
             const QString shown = pattern.mid(start, i - start + 1);
-            *error = tr("The format \"%1\" contains \"%2\"; only one of %d, %0Nd, %x, %0Nx, %X or %0NX is "
-                        "allowed, and %% for a percent sign.")
-                         .arg(pattern, shown);
+            *error = tr("The format \"%1\" contains \"%2\"; only one of %3 is allowed, and %4 for a "
+                        "percent sign.")
+                         .arg(pattern, shown, QStringLiteral("%d, %0Nd, %x, %0Nx, %X, %0NX"),
+                              QStringLiteral("%%"));
             return false;
         }
         if (haveConversion) {
@@ -86,9 +86,8 @@ bool PoolPattern::parse(const QString& pattern, PoolPattern* result, QString* er
         parsed.m_upperCase = upper;
     }
     if (!haveConversion) {
-        *error = tr("The format \"%1\" has no number conversion; it needs exactly one, for example "
-                    "HW-%06d.")
-                     .arg(pattern);
+        *error = tr("The format \"%1\" has no number conversion; it needs exactly one, for example %2.")
+                     .arg(pattern, QStringLiteral("HW-%06d"));
         return false;
     }
     parsed.m_suffix = literal;

@@ -35,8 +35,7 @@ bool PoolRange::parseCounter(const QString& text, quint64 step, PoolRange* range
         const qlonglong value = parts[i]->toLongLong(&ok, 10);
         if (!ok || value < 0 || parts[i]->startsWith(QLatin1Char('+'))) {
             *error = tr("\"%1\" is not a counter value; use whole numbers from 0 to %2.")
-                         .arg(*parts[i])
-                         .arg(std::numeric_limits<qint64>::max());
+                         .arg(*parts[i], QString::number(std::numeric_limits<qint64>::max()));
             return false;
         }
         *values[i] = static_cast<quint64>(value);

@@ -84,15 +84,8 @@ bool PoolRunSession::reserve(const QString& storeUrl, const QStringList& variabl
     auto opened = std::make_unique<PoolStoreConnection>();
     if (!opened->open(storeUrl, error))
         return false;
+    // A variable that names no pool is refused inside the reservation, with the others.
     PoolStore store = opened->pools();
-    QStringList known;
-    if (!store.poolNames(&known, error))
-        return false;
-    for (const QString& name : pools)
-        if (!known.contains(name)) {
-            *error = tr("{{%1}} is neither a built-in variable nor a data pool").arg(name);
-            return false;
-        }
     run = QUuid::createUuid().toString(QUuid::WithoutBraces);
     if (!store.reserve(run, deviceIds, pools, &reserved, error))
         return false;

@@ -457,9 +457,7 @@ bool PoolStore::reserve(const QString& runId, const QStringList& deviceIds, cons
         const qint64 untouched = kind == PoolDefinition::List ? 0 : size - nextIndex;
         if (fresh > untouched) {
             *error = tr("The data pool \"%1\" has %2 values left, fewer than the %3 devices of the run.")
-                         .arg(pool)
-                         .arg(taken.size() + untouched)
-                         .arg(needed);
+                         .arg(pool, QString::number(taken.size() + untouched), QString::number(needed));
             rollback();
             return false;
         }

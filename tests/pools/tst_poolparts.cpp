@@ -252,6 +252,9 @@ private slots:
                                     << QString() << QStringList() << "line 2 is never closed";
         QTest::newRow("stray quote") << "ab\"c\n" << QString() << QStringList() << "Line 1";
         QTest::newRow("text after quote") << "\"ab\"c\n" << QString() << QStringList() << "after a closing";
+        QTest::newRow("placeholder-like duplicate")
+            << "x%2\nx%2\n"
+            << QString() << QStringList() << "\"x%2\" on line 2 is a duplicate of line 1";
         QTest::newRow("nothing") << "\n\n" << QString() << QStringList() << "no values";
     }
 
