@@ -2,6 +2,7 @@
 
 #include "aboutbox.h"
 #include "bulkoperationswidget.h"
+#include "datapoolsdialog.h"
 #include "jobrunengine.h"
 #include "outputviewerdialog.h"
 #include "settingsutil.h"
@@ -150,6 +151,9 @@ void MainWindow::setupMenuBar()
     connect(setPath, SIGNAL(triggered()), this, SLOT(setCorvanePath()));
     QAction* revertPath = settingsMenu->addAction(tr("&Revert Corvane Executable Path to Default"));
     connect(revertPath, SIGNAL(triggered()), this, SLOT(revertCorvanePath()));
+    settingsMenu->addSeparator();
+    QAction* dataPools = settingsMenu->addAction(tr("&Data Pools..."));
+    connect(dataPools, SIGNAL(triggered()), this, SLOT(openDataPools()));
 
     QMenu* helpMenu = menuBar()->addMenu(tr("&Help"));
     QAction* aboutAction = helpMenu->addAction(tr("&About Harnwick"));
@@ -211,6 +215,12 @@ void MainWindow::editMaxConcurrentProcesses()
                              Settings::maxConcurrentProcesses, 1, &ok);
     if (ok)
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, value);
+}
+
+void MainWindow::openDataPools()
+{
+    DataPoolsDialog dialog(this);
+    dialog.exec();
 }
 
 void MainWindow::editProcessTimeout()

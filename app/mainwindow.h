@@ -47,6 +47,7 @@ public slots:
     void revertLogFileDirectory();
     void setCorvanePath();
     void revertCorvanePath();
+    void openDataPools();
 
 protected:
     void closeEvent(QCloseEvent* event) override;
