@@ -16,14 +16,32 @@ public:
     ~PoolTestStore() { close(); }
 
     static QString sqliteLocation(const QString& path) { return QStringLiteral("sqlite:") + path; }
-    static bool postgresAvailable() { return false; }
-    static QString postgresLocation() { return QString(); }
+    // A PostgreSQL server for these tests, as "SOCKET_DIR USER DATABASE" in HARNWICK_POOL_TEST_PG.
+    static bool postgresAvailable() { return !postgresLocation().isEmpty(); }
+    static QString postgresLocation() { return qEnvironmentVariable("HARNWICK_POOL_TEST_PG"); }
 
-    bool open(const QString& location, bool postgres = false)
+    // A PostgreSQL store opened with reset starts without pools.
+    bool open(const QString& location, bool postgres = false, bool reset = false)
     {
-        if (postgres)
-            return false;
         name = QUuid::createUuid().toString();
+        if (postgres) {
+            const QStringList parts = location.split(QLatin1Char(' '));
+            QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), name);
+            db.setHostName(parts.value(0));
+            db.setUserName(parts.value(1));
+            db.setDatabaseName(parts.value(2));
+            if (!db.open())
+                return false;
+            postgresStore = true;
+            QSqlQuery query(db);
+            if (reset) {
+                query.exec(QStringLiteral("DROP TABLE IF EXISTS pool_events, pool_values, pools"));
+                for (const QString& statement : PoolStore::postgresSchema())
+                    if (!query.exec(statement))
+                        return false;
+            }
+            return true;
+        }
         QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
         db.setDatabaseName(location.mid(7));
         db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=20000"));
@@ -53,8 +71,9 @@ public:
 
     QSqlDatabase database() const { return QSqlDatabase::database(name, false); }
     qint64 stationId() const { return 1; }
-    PoolStore pools() const { return PoolStore(database(), false, stationId()); }
+    PoolStore pools() const { return PoolStore(database(), postgresStore, stationId()); }
 
 private:
     QString name;
+    bool postgresStore = false;
 };

@@ -246,7 +246,7 @@ private slots:
         QString location;
         if (postgres) {
             location = PoolTestStore::postgresLocation();
-            QVERIFY(shared.open(location, true));
+            QVERIFY(shared.open(location, true, true));
         } else {
             location = PoolTestStore::sqliteLocation(folder->filePath(QStringLiteral("shared.sqlite")));
             QVERIFY(shared.open(location));
