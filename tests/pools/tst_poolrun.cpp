@@ -101,7 +101,8 @@ private slots:
         PoolDefinition keys;
         keys.name = "keys";
         keys.kind = PoolDefinition::List;
-        keys.values = QStringList{"K-A", "K-B", "K-C", "K-D", "K-E", "K-F", "K-G", "K-H"};
+        keys.values =
+            QStringList{"K-A", "K-B", "K-C", "K-D", "K-E", "K-F", "K-G", "K-H", "K-I", "K-J", "K-K", "K-L"};
         keys.voidOnFailure = true;
         QVERIFY2(connection.pools().define(keys, &error), qPrintable(error));
     }
@@ -146,7 +147,7 @@ private slots:
         PoolCounts keyCounts = countsOf("keys");
         QCOMPARE(keyCounts.committed, 3);
         QCOMPARE(keyCounts.voided, 2);
-        QCOMPARE(keyCounts.left, 3);
+        QCOMPARE(keyCounts.left, 7);
 
         // The next boards get the failed devices' serial numbers; the voided keys are gone.
         const QSet<QString> reused{first.value("801030007").value("unit_sn"),
@@ -165,6 +166,29 @@ private slots:
         }
         QCOMPARE(secondSerials, reused);
         QCOMPARE(countsOf("unit_sn").committed, 5);
+    }
+
+    // Devices aborted before they started give every value back, keys included.
+    void abortedBeforeStart()
+    {
+        SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, 1);
+        CorvaneProcessRunner runner;
+        JobRunEngine engine(&runner);
+        const PoolCounts keysBefore = countsOf("keys");
+        const PoolCounts serialsBefore = countsOf("unit_sn");
+        QSignalSpy ended(&engine, &JobRunEngine::runFinished);
+        QVERIFY(
+            engine.start(job({usb("801002345"), usb("801002346"), usb("801017733")}, {"unit_sn", "keys"})));
+        engine.abortWaitingDevices();
+        QVERIFY(ended.count() == 1 || ended.wait(60000));
+        const int ran = session.batchInvocations().size();
+        QCOMPARE(ran, 1);
+        const PoolCounts keys = countsOf("keys");
+        QCOMPARE(keys.left, keysBefore.left - 1);
+        QCOMPARE(keys.committed, keysBefore.committed + 1);
+        QCOMPARE(keys.voided, keysBefore.voided);
+        QCOMPARE(keys.reserved, 0);
+        QCOMPARE(countsOf("unit_sn").committed, serialsBefore.committed + 1);
     }
 
     // What the pools cannot serve is refused before any device starts.
