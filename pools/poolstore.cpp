@@ -234,7 +234,10 @@ bool PoolStore::define(const PoolDefinition& definition, QString* error)
             continue;
         }
         // Two pools that can give the same text would put one value on two boards.
-        if (ranged && kind == definition.kind && format == definition.format &&
+        const auto written = [](const QString& pattern) {
+            return pattern.isEmpty() ? QStringLiteral("%d") : pattern;
+        };
+        if (ranged && kind == definition.kind && written(format) == written(definition.format) &&
             range.overlaps(definition.range)) {
             *error =
                 tr("The values of \"%1\" overlap those of the data pool \"%2\".").arg(definition.name, name);

@@ -160,6 +160,8 @@ private slots:
         QVERIFY(!pools.define(counter("other_sn", 150, 400, "HW-%06d"), &error));
         QVERIFY(error.contains("overlap"));
         QVERIFY2(pools.define(counter("board_sn", 150, 400, "BD-%06d"), &error), qPrintable(error));
+        QVERIFY(pools.define(counter("plain_a", 1, 10, ""), &error));
+        QVERIFY(!pools.define(counter("plain_b", 5, 20, "%d"), &error));
         QVERIFY(!pools.define(counter("Serial_Number", 1, 2, ""), &error));
         QVERIFY2(error.contains("built-in"), qPrintable(error));
         QVERIFY(!pools.define(counter("bad name", 1, 2, ""), &error));
