@@ -130,6 +130,12 @@ private slots:
         QCOMPARE(countsOf(pools, "unit_sn").reserved, before.reserved);
         QVERIFY(values.isEmpty());
 
+        // What reached boards, for the export: value, device and run, in handing-out order.
+        QList<QStringList> used;
+        QVERIFY(pools.committedValues("unit_sn", &used, &error));
+        QCOMPARE(used,
+                 (QList<QStringList>{{"HW-0001", "801000001", "run-1"}, {"HW-0002", "801000004", "run-2"}}));
+
         // Each change is recorded with its reason.
         QSqlQuery query(store.database());
         QVERIFY(
