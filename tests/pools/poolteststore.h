@@ -24,6 +24,7 @@ public:
     bool open(const QString& location, bool postgres = false, bool reset = false)
     {
         name = QUuid::createUuid().toString();
+        postgresStore = postgres;
         if (postgres) {
             const QStringList parts = location.split(QLatin1Char(' '));
             QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), name);
@@ -32,7 +33,6 @@ public:
             db.setDatabaseName(parts.value(2));
             if (!db.open())
                 return false;
-            postgresStore = true;
             QSqlQuery query(db);
             if (reset) {
                 query.exec(QStringLiteral("DROP TABLE IF EXISTS pool_events, pool_values, pools"));

@@ -59,10 +59,23 @@ class TestPoolStore : public QObject
     Q_OBJECT
 
 private slots:
+    // Each test runs on a fresh SQLite file, and on PostgreSQL when a server is named.
+    static void backends()
+    {
+        QTest::addColumn<bool>("postgres");
+        QTest::newRow("SQLite") << false;
+        if (PoolTestStore::postgresAvailable())
+            QTest::newRow("PostgreSQL") << true;
+    }
+
     void init()
     {
         folder = std::make_unique<QTemporaryDir>();
-        QVERIFY(store.open(PoolTestStore::sqliteLocation(folder->filePath(QStringLiteral("pools.sqlite")))));
+        if (QTest::currentDataTag() == QLatin1String("PostgreSQL"))
+            QVERIFY(store.open(PoolTestStore::postgresLocation(), true, true));
+        else
+            QVERIFY(
+                store.open(PoolTestStore::sqliteLocation(folder->filePath(QStringLiteral("pools.sqlite")))));
     }
 
     void cleanup()
@@ -70,6 +83,8 @@ private slots:
         store.close();
         folder.reset();
     }
+
+    void lifeOfValues_data() { backends(); }
 
     void lifeOfValues()
     {
@@ -150,6 +165,8 @@ private slots:
         QCOMPARE(query.value(2).toString(), QStringLiteral("K2"));
     }
 
+    void definitions_data() { backends(); }
+
     void definitions()
     {
         PoolStore pools = store.pools();
@@ -198,6 +215,8 @@ private slots:
         QCOMPARE(error, QStringLiteral("{{no_such_pool}} is neither a built-in variable nor a data pool"));
     }
 
+    void interruptedRuns_data() { backends(); }
+
     void interruptedRuns()
     {
         PoolStore bench = store.pools();
@@ -208,7 +227,8 @@ private slots:
         QVERIFY(bench.reserve("run-1", {"d1", "d2"}, {"unit_sn", "keys"}, &values, &error));
 
         // Another station leaves a live run alone.
-        PoolStore other(store.database(), false, store.stationId() + 1);
+        PoolStore other(store.database(), QTest::currentDataTag() == QLatin1String("PostgreSQL"),
+                        store.stationId() + 1);
         QCOMPARE(other.settleInterrupted(&error), 0);
         // This station, too, while the process holding the values lives.
         QCOMPARE(bench.settleInterrupted(&error, [](qint64) { return true; }), 0);
@@ -238,13 +258,7 @@ private slots:
         QCOMPARE(query.value(0).toString(), QStringLiteral("interrupted"));
     }
 
-    void concurrentReservations_data()
-    {
-        QTest::addColumn<bool>("postgres");
-        QTest::newRow("SQLite") << false;
-        if (PoolTestStore::postgresAvailable())
-            QTest::newRow("PostgreSQL") << true;
-    }
+    void concurrentReservations_data() { backends(); }
 
     // Threads with their own connections reserve at once: no value goes to two devices.
     void concurrentReservations()
