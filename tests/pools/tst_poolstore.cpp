@@ -89,22 +89,24 @@ private slots:
     void lifeOfValues()
     {
         PoolStore pools = store.pools();
+        // A device id with what array and CSV syntax quote goes through as it is.
+        const QString odd = QStringLiteral("80\"10,00\\03 {x}");
         QString error;
         QVERIFY2(pools.define(counter("unit_sn", 1, 10, "HW-%04d"), &error), qPrintable(error));
         QVERIFY2(pools.define(list("keys", {"K1", "K2", "K3", "K4", "K5"}), &error), qPrintable(error));
         QCOMPARE(countsOf(pools, "unit_sn").nextValue, QStringLiteral("HW-0001"));
 
         QHash<QString, QHash<QString, QString>> values;
-        QVERIFY2(pools.reserve("run-1", {"801000001", "801000002", "801000003"}, {"unit_sn", "keys"}, &values,
-                               &error),
-                 qPrintable(error));
+        QVERIFY2(
+            pools.reserve("run-1", {"801000001", "801000002", odd}, {"unit_sn", "keys"}, &values, &error),
+            qPrintable(error));
         QCOMPARE(values.value("801000002").value("unit_sn"), QStringLiteral("HW-0002"));
-        QCOMPARE(values.value("801000003").value("keys"), QStringLiteral("K3"));
+        QCOMPARE(values.value(odd).value("keys"), QStringLiteral("K3"));
         QCOMPARE(countsOf(pools, "unit_sn").reserved, 3);
 
         QVERIFY2(pools.settle({{"run-1", "801000001", "done"},
                                {"run-1", "801000002", "failed"},
-                               {"run-1", "801000003", "not started"}},
+                               {"run-1", odd, "not started"}},
                               &error),
                  qPrintable(error));
         PoolCounts sn = countsOf(pools, "unit_sn");
