@@ -318,12 +318,25 @@ bool PoolStore::define(const PoolDefinition& definition, QString* error)
             states << StateFree;
             times << now;
         }
-        query.prepare(QStringLiteral("INSERT INTO pool_values (pool_id, seq, value, state, changed_ms) "
-                                     "VALUES (?, ?, ?, ?, ?)"));
-        for (const QVariantList& column : {poolIds, seqs, values, states, times})
-            query.addBindValue(column);
-        if (!query.execBatch())
-            return fail(query, error);
+        if (postgres) {
+            query.prepare(
+                QStringLiteral("INSERT INTO pool_values (pool_id, seq, value, state, changed_ms) "
+                               "SELECT :pool, t.seq, t.value, 'free', :now FROM "
+                               "unnest(CAST(:seqs AS bigint[]), CAST(:values AS text[])) AS t(seq, value)"));
+            query.bindValue(QStringLiteral(":pool"), existingId);
+            query.bindValue(QStringLiteral(":now"), now);
+            query.bindValue(QStringLiteral(":seqs"), postgresArray(seqs));
+            query.bindValue(QStringLiteral(":values"), postgresArray(values));
+            if (!query.exec())
+                return fail(query, error);
+        } else {
+            query.prepare(QStringLiteral("INSERT INTO pool_values (pool_id, seq, value, state, changed_ms) "
+                                         "VALUES (?, ?, ?, ?, ?)"));
+            for (const QVariantList& column : {poolIds, seqs, values, states, times})
+                query.addBindValue(column);
+            if (!query.execBatch())
+                return fail(query, error);
+        }
         query.prepare(QStringLiteral("UPDATE pools SET size = :size WHERE id = :id"));
         query.bindValue(QStringLiteral(":size"), existingSize + definition.values.size());
         query.bindValue(QStringLiteral(":id"), existingId);
