@@ -11,7 +11,9 @@
 
 namespace {
 constexpr int maxVisibleRows = 20;
-}
+// Marks the rows of data pools, which are replaced as a whole when the pools are read again.
+constexpr int poolRowRole = Qt::UserRole + 1;
+} // namespace
 
 VariableExplorerWidget::VariableExplorerWidget(QWidget* parent) : QDialog(parent)
 {
@@ -56,6 +58,26 @@ void VariableExplorerWidget::addBuiltInVariables(const QMap<QString, QString>& v
     for (auto it = variables.cbegin(); it != variables.cend(); ++it) {
         model->appendRow({new QStandardItem(QStringLiteral("{{%1}}").arg(it.key())), new QStandardItem(),
                           new QStandardItem(it.value())});
+    }
+    table->resizeColumnsToContents();
+    fitTableHeightToContents();
+    adjustSize();
+}
+
+void VariableExplorerWidget::setDataPools(const QList<PoolCounts>& pools)
+{
+    for (int row = model->rowCount() - 1; row >= 0; --row)
+        if (model->item(row, 0)->data(poolRowRole).toBool())
+            model->removeRow(row);
+    for (const PoolCounts& pool : pools) {
+        const QString kind = pool.kind == PoolDefinition::Mac
+                                 ? tr("MAC block")
+                                 : (pool.kind == PoolDefinition::List ? tr("list") : tr("counter"));
+        auto* name = new QStandardItem(QStringLiteral("{{%1}}").arg(pool.name));
+        name->setData(true, poolRowRole);
+        model->appendRow({name, new QStandardItem(pool.nextValue),
+                          new QStandardItem(tr("Data pool (%1), %2 values left (each device gets its own)")
+                                                .arg(kind, QString::number(pool.left)))});
     }
     table->resizeColumnsToContents();
     fitTableHeightToContents();

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "poolstore.h"
+
 #include <QDialog>
+#include <QList>
 #include <QMap>
 #include <QString>
 
@@ -18,6 +21,8 @@ public:
     explicit VariableExplorerWidget(QWidget* parent = nullptr);
 
     void addBuiltInVariables(const QMap<QString, QString>& variables);
+    // The data pools below the built-in variables: name, next value, kind and values left.
+    void setDataPools(const QList<PoolCounts>& pools);
 
     QTableView* tableView() const { return table; }
 

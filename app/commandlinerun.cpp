@@ -227,6 +227,7 @@ int CommandLineRun::exec(const QStringList& arguments)
     }
     request.jobFile = QFileInfo(bundlePath).absoluteFilePath();
     request.jobFileSha256 = fileSha256;
+    request.storeUrl = storeLocation.url();
     // The variables come from the steps as the window finds them, not from the stored list.
     request.variableNames = JobExecution::variableNamesOfSteps(request.steps);
 

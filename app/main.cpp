@@ -3,6 +3,7 @@
 #include "interruptwatcher.h"
 #include "mainwindow.h"
 #include "stationcommandline.h"
+#include "poolcommandline.h"
 
 #include <QApplication>
 #include <QLibraryInfo>
@@ -56,6 +57,8 @@ int runFromCommandLine(int argc, char** argv)
     QTextStream err(stderr);
     if (HistoryCommand::isHistoryCommand(QCoreApplication::arguments()))
         return HistoryCommand(out, err).exec(QCoreApplication::arguments());
+    if (PoolCommandLine::handles(QCoreApplication::arguments()))
+        return PoolCommandLine(out, err).exec(QCoreApplication::arguments());
     CommandLineRun run(out, err, ::isatty(STDOUT_FILENO) == 1);
     InterruptWatcher interrupts;
     QObject::connect(&interrupts, &InterruptWatcher::interrupted, &run, &CommandLineRun::interrupt);
@@ -88,7 +91,8 @@ int main(int argc, char** argv)
         arguments << QString::fromLocal8Bit(argv[i]);
     if (StationCommandLine::isStation(arguments))
         return runStationFromCommandLine(argc, argv);
-    if (CommandLineRun::isCommandLine(arguments) || HistoryCommand::isHistoryCommand(arguments))
+    if (CommandLineRun::isCommandLine(arguments) || HistoryCommand::isHistoryCommand(arguments) ||
+        PoolCommandLine::handles(arguments))
         return runFromCommandLine(argc, argv);
     // Without a display the window would die in Qt's platform plugin with an abort.
     const QString noDisplay = CommandLineRun::noDisplayMessage(arguments);

@@ -3,6 +3,7 @@
 #include "aboutbox.h"
 #include "adapterlock.h"
 #include "bulkoperationswidget.h"
+#include "datapoolsdialog.h"
 #include "jobrunengine.h"
 #include "outputviewerdialog.h"
 #include "productiondatabasedialog.h"
@@ -159,6 +160,8 @@ void MainWindow::setupMenuBar()
     settingsMenu->addSeparator();
     QAction* database = settingsMenu->addAction(tr("Production &Database..."));
     connect(database, SIGNAL(triggered()), this, SLOT(editProductionDatabase()));
+    QAction* dataPools = settingsMenu->addAction(tr("&Data Pools..."));
+    connect(dataPools, SIGNAL(triggered()), this, SLOT(openDataPools()));
 
     QMenu* helpMenu = menuBar()->addMenu(tr("&Help"));
     QAction* aboutAction = helpMenu->addAction(tr("&About Harnwick"));
@@ -220,6 +223,12 @@ void MainWindow::editMaxConcurrentProcesses()
                              Settings::maxConcurrentProcesses, 1, &ok);
     if (ok)
         SettingsUtil::setSetting(Settings::corvaneGroup, Settings::maxConcurrentProcessesKey, value);
+}
+
+void MainWindow::openDataPools()
+{
+    DataPoolsDialog dialog(this);
+    dialog.exec();
 }
 
 void MainWindow::editProcessTimeout()

@@ -48,6 +48,7 @@ public slots:
     void setCorvanePath();
     void revertCorvanePath();
     void editProductionDatabase();
+    void openDataPools();
 
 protected:
     void closeEvent(QCloseEvent* event) override;

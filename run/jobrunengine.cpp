@@ -4,6 +4,7 @@
 #include "corvaneprocessrunner.h"
 #include "devicelogfiles.h"
 #include "jobhash.h"
+#include "poolrunsession.h"
 #include "runreport.h"
 
 #include <QCoreApplication>
@@ -29,6 +30,8 @@ JobRunEngine::JobRunEngine(CorvaneProcessRunner* runner, QObject* parent) : QObj
     stallCheck->setSingleShot(true);
     stallCheck->setInterval(0);
     connect(stallCheck, &QTimer::timeout, this, &JobRunEngine::endIfStalled);
+    poolSession = new PoolRunSession(this);
+    connect(poolSession, &PoolRunSession::errorEncountered, this, &JobRunEngine::errorEncountered);
 }
 
 // The run folder goes with the engine: a page closed mid-run leaves nothing behind.
@@ -108,6 +111,19 @@ bool JobRunEngine::start(const JobRunRequest& request)
                                     "Corvane executable. Please provide a valid path in the settings."));
         return false;
     }
+    // Values from data pools, reserved for all devices at once; a run they cannot serve never starts.
+    QStringList queuedIds;
+    for (const JobDeviceRun& run : qAsConst(queued))
+        queuedIds << run.id;
+    QHash<QString, QStringList> poolArguments;
+    QString poolProblem;
+    if (!poolSession->reserve(request.storeUrl, request.variableNames, queuedIds, &poolArguments,
+                              &poolProblem)) {
+        emit errorEncountered(poolProblem);
+        return false;
+    }
+    for (JobDeviceRun& run : queued)
+        run.arguments << poolArguments.value(run.id);
 
     // Every adapter is taken now, also those waiting for a slot: another Harnwick must not
     // start one of them meanwhile.

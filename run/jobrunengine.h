@@ -16,6 +16,7 @@
 
 class AdapterLock;
 class CorvaneProcessRunner;
+class PoolRunSession;
 class QTemporaryDir;
 class QTimer;
 class RunReport;
@@ -49,6 +50,8 @@ struct JobRunRequest
     // the job is not (or no longer) what that file holds.
     QString jobFile;
     QString jobFileSha256;
+    // The production store holding the data pools the job's variables name; empty for the default.
+    QString storeUrl;
 };
 
 // Where a device of a run stands.
@@ -128,6 +131,8 @@ public:
     // The folder holding the run's job bundle; empty when no run is on.
     QString runFolder() const;
     QString bundlePath() const { return bundle; }
+    // The data pool values of the current or last run.
+    const PoolRunSession* pools() const { return poolSession; }
     // The report files of the current or last run.
     QStringList reportFiles() const { return reportPaths; }
     // The current or last run's steps, the SHA-256 of its bundle and the files its steps use with theirs.
@@ -193,6 +198,7 @@ private:
     QTimer* stallCheck = nullptr;
     // The adapters this run holds, each until its device has ended.
     std::map<QString, std::unique_ptr<AdapterLock>> adapterLocks;
+    PoolRunSession* poolSession = nullptr;
 };
 
 Q_DECLARE_METATYPE(JobDeviceRun)

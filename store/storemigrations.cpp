@@ -1,5 +1,7 @@
 #include "storemigrations.h"
 
+#include "poolstore.h"
+
 #include <QDateTime>
 #include <QSqlError>
 #include <QSqlQuery>
@@ -70,7 +72,7 @@ QVector<StoreMigration> sortedMigrations()
                  "CREATE TABLE audit(id BIGSERIAL PRIMARY KEY, at_ms BIGINT NOT NULL, station_id BIGINT, "
                  "actor TEXT, what TEXT NOT NULL, old_value TEXT, new_value TEXT)"),
          }},
-        // Further migrations go here, each in its part's range of versions.
+        {10, PoolStore::sqliteSchema(), PoolStore::postgresSchema()},
     };
     std::sort(migrations.begin(), migrations.end(),
               [](const StoreMigration& a, const StoreMigration& b) { return a.version < b.version; });
