@@ -59,10 +59,10 @@ class TestPoolStore : public QObject
 {
     Q_OBJECT
 
-private slots:
     // Each test runs on a fresh SQLite file and on a fresh PostgreSQL database.
     static void backends() { TestStores::addBackendRows(); }
 
+private slots:
     void init()
     {
         folder = std::make_unique<QTemporaryDir>();
@@ -221,7 +221,7 @@ private slots:
         QVERIFY(bench.reserve("run-1", {"d1", "d2"}, {"unit_sn", "keys"}, &values, &error));
 
         // Another station leaves a live run alone.
-        PoolStore other(store.database(), QTest::currentDataTag() == QLatin1String("PostgreSQL"),
+        PoolStore other(store.database(), QTest::currentDataTag() == QLatin1String("postgres"),
                         store.stationId() + 1);
         QCOMPARE(other.settleInterrupted(&error), 0);
         // This station, too, while the process holding the values lives.

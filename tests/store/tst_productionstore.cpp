@@ -12,6 +12,7 @@
 #include <QSysInfo>
 #include <QTest>
 
+#include <algorithm>
 #include <atomic>
 #include <thread>
 #include <vector>
@@ -55,6 +56,16 @@ QVector<StoreMigration> withExtra(const QVector<StoreMigration>& extra)
     QVector<StoreMigration> list = StoreMigrations::list();
     list += extra;
     return list;
+}
+
+// The versions a store opened with a list ends with, in order.
+QList<int> versionsOf(const QVector<StoreMigration>& migrations)
+{
+    QList<int> versions;
+    for (const StoreMigration& migration : migrations)
+        versions << migration.version;
+    std::sort(versions.begin(), versions.end());
+    return versions;
 }
 
 } // namespace
@@ -171,7 +182,7 @@ private slots:
             ProductionStore store;
             QVERIFY2(store.open(location, later, &error), qPrintable(error));
             QCOMPARE(store.schemaVersion(), 12);
-            QCOMPARE(appliedVersions(store), (QList<int>{1, 5, 12}));
+            QCOMPARE(appliedVersions(store), versionsOf(later));
         }
 
         // A migration that fails half-way leaves nothing of itself behind and is not recorded.
@@ -187,7 +198,7 @@ private slots:
         }
         ProductionStore store;
         QVERIFY2(store.open(location, later, &error), qPrintable(error));
-        QCOMPARE(appliedVersions(store), (QList<int>{1, 5, 12}));
+        QCOMPARE(appliedVersions(store), versionsOf(later));
         QVERIFY(tableExists(store, QStringLiteral("lot_units")));
         QVERIFY(!tableExists(store, QStringLiteral("half_done")));
     }
@@ -266,7 +277,7 @@ private slots:
         ProductionStore store;
         QString error;
         QVERIFY2(store.open(location, migrations, &error), qPrintable(error));
-        QCOMPARE(appliedVersions(store), (QList<int>{1, 3}));
+        QCOMPARE(appliedVersions(store), versionsOf(migrations));
     }
 
     void unusableStores()
