@@ -172,7 +172,9 @@ bool JobRunEngine::start(const JobRunRequest& request)
                                        request.jobFile,
                                        request.jobFileSha256,
                                        JobHash::sha256(request),
-                                       files};
+                                       files,
+                                       PoolRunSession::poolVariables(request.variableNames),
+                                       poolSession->values()};
         report = std::make_unique<RunReport>();
         if (report->open(request.reportPaths, header))
             reportPaths = report->paths();

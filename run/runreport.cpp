@@ -150,6 +150,8 @@ bool RunReport::open(const QStringList& paths, const Header& header)
     }
     if (files.empty())
         return false;
+    pools = header.pools;
+    poolValues = header.poolValues;
     // The byte order mark tells spreadsheets the file is UTF-8.
     QString text = QChar(0xfeff);
     text += line({QStringLiteral("Harnwick"), header.version});
@@ -161,12 +163,14 @@ bool RunReport::open(const QStringList& paths, const Header& header)
     for (const auto& file : header.files)
         text += line({QStringLiteral("File SHA-256"), file.second, file.first});
     text += QLatin1String("\r\n");
-    text += line({QStringLiteral("Device id"), QStringLiteral("Serial number"), QStringLiteral("IP address"),
-                  QStringLiteral("Nickname"), QStringLiteral("Target part"), QStringLiteral("Connection"),
-                  QStringLiteral("Outcome"), QStringLiteral("Failed action"),
-                  QStringLiteral("Failed action type"), QStringLiteral("Exit code"), QStringLiteral("Signal"),
-                  QStringLiteral("Start"), QStringLiteral("End"), QStringLiteral("Elapsed ms"),
-                  QStringLiteral("Log file")});
+    text += line(QStringList{QStringLiteral("Device id"), QStringLiteral("Serial number"),
+                             QStringLiteral("IP address"), QStringLiteral("Nickname"),
+                             QStringLiteral("Target part"), QStringLiteral("Connection"),
+                             QStringLiteral("Outcome"), QStringLiteral("Failed action"),
+                             QStringLiteral("Failed action type"), QStringLiteral("Exit code"),
+                             QStringLiteral("Signal"), QStringLiteral("Start"), QStringLiteral("End"),
+                             QStringLiteral("Elapsed ms"), QStringLiteral("Log file")} +
+                 header.pools);
     write(text);
     return true;
 }
@@ -181,17 +185,23 @@ void RunReport::addDevice(const JobDeviceRun& run, const QList<QMap<QString, QVa
                            (run.state == JobDeviceState::Aborted && run.finishedAt.isValid());
     const bool unsuccessful = run.state == JobDeviceState::Failed || run.state == JobDeviceState::Crashed;
     const bool action = unsuccessful && run.action >= 1;
+    // The values the device received; a device that never started received none for good.
+    QStringList poolFields;
+    for (const QString& pool : qAsConst(pools))
+        poolFields << (run.startedAt.isValid() ? poolValues.value(run.id).value(pool) : QString());
     const QString type = action && run.action <= steps.size()
                              ? steps.at(run.action - 1).value(QStringLiteral("task")).toString()
                              : QString();
-    write(line({run.id, run.device.serialNumber, run.device.ipAddress, run.device.nickname,
-                run.device.targetPart, connectionWord(run.device.connectionType), outcomeWord(run),
-                action ? QString::number(run.action) : QString(), type,
-                ended && !signalled ? QString::number(run.exitCode) : QString(),
-                signalled ? QString::number(run.exitCode) : QString(), isoTime(run.startedAt),
-                isoTime(run.finishedAt), run.startedAt.isValid() ? QString::number(run.elapsedMs) : QString(),
-                // A device that never started wrote nothing: the file there is an older run's.
-                run.startedAt.isValid() ? run.logFile : QString()}));
+    write(line(QStringList{run.id, run.device.serialNumber, run.device.ipAddress, run.device.nickname,
+                           run.device.targetPart, connectionWord(run.device.connectionType), outcomeWord(run),
+                           action ? QString::number(run.action) : QString(), type,
+                           ended && !signalled ? QString::number(run.exitCode) : QString(),
+                           signalled ? QString::number(run.exitCode) : QString(), isoTime(run.startedAt),
+                           isoTime(run.finishedAt),
+                           run.startedAt.isValid() ? QString::number(run.elapsedMs) : QString(),
+                           // A device that never started wrote nothing: the file there is an older run's.
+                           run.startedAt.isValid() ? run.logFile : QString()} +
+               poolFields));
 }
 
 QStringList RunReport::paths() const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QList>
 #include <QMap>
 #include <QPair>
@@ -32,6 +33,10 @@ public:
         QString jobSha256;
         // Files the job uses, with their SHA-256 (empty when they could not be read).
         QList<QPair<QString, QString>> files;
+        // The data pools the job names, one column each after the fixed ones, and the value
+        // each device received, by device id and pool.
+        QStringList pools;
+        QHash<QString, QHash<QString, QString>> poolValues;
     };
 
     RunReport();
@@ -62,4 +67,6 @@ private:
     void write(const QString& text);
 
     std::vector<std::unique_ptr<QFile>> files;
+    QStringList pools;
+    QHash<QString, QHash<QString, QString>> poolValues;
 };

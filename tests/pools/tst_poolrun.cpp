@@ -7,6 +7,7 @@
 #include "testenvironment.h"
 #include "testregistry.h"
 
+#include <QFile>
 #include <QSet>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -155,9 +156,27 @@ private slots:
         const QSet<QString> voidedKeys{first.value("801030007").value("keys"),
                                        first.value("801030008").value("keys")};
         session.clearRecord();
-        QVERIFY(runToEnd(engine, job({usb("801017734"), usb("801020001")}, {"unit_sn", "keys"})));
+        QTemporaryDir reportFolder;
+        JobRunRequest again = job({usb("801017734"), usb("801020001")}, {"unit_sn", "keys"});
+        again.reportPaths = QStringList{reportFolder.filePath("run.csv")};
+        QVERIFY(runToEnd(engine, again));
         const auto second = receivedParameters(session);
         QCOMPARE(second.size(), 2);
+        // The report has a column per pool with the value each unit received.
+        QFile report(again.reportPaths.first());
+        QVERIFY(report.open(QIODevice::ReadOnly));
+        const QStringList lines = QString::fromUtf8(report.readAll()).split("\r\n", Qt::SkipEmptyParts);
+        int headerRow = 0;
+        while (headerRow < lines.size() && !lines.at(headerRow).startsWith("Device id,"))
+            ++headerRow;
+        QVERIFY(headerRow + 2 < lines.size());
+        QVERIFY2(lines.at(headerRow).endsWith(",Log file,unit_sn,keys"), qPrintable(lines.at(headerRow)));
+        for (int row = headerRow + 1; row < lines.size(); ++row) {
+            const QStringList fields = lines.at(row).split(',');
+            QCOMPARE(fields.mid(fields.size() - 2),
+                     (QStringList{second.value(fields.first()).value("unit_sn"),
+                                  second.value(fields.first()).value("keys")}));
+        }
         QSet<QString> secondSerials;
         for (const auto& values : second) {
             secondSerials.insert(values.value("unit_sn"));
