@@ -73,6 +73,7 @@ bool PoolRunSession::reserve(const QString& storeUrl, const QStringList& variabl
                              QString* error)
 {
     arguments->clear();
+    run.clear();
     reserved.clear();
     settled.clear();
     pending.clear();

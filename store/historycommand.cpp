@@ -30,8 +30,14 @@ const QString helpOption = QStringLiteral("help");
 const QString selectResults = QStringLiteral(
     "SELECT d.run_id, s.name, d.device_id, d.serial, d.ip, d.nickname, d.part, d.connection, d.outcome, "
     "d.failed_action, d.failed_type, d.exit_code, d.signal, d.started_ms, d.ended_ms, d.utc_offset_s, "
-    "d.elapsed_ms, d.log_file, r.job_file, r.job_sha256, r.started_ms, r.utc_offset_s "
+    "d.elapsed_ms, d.log_file, r.job_file, r.job_sha256, r.started_ms, r.utc_offset_s, "
+    "(SELECT %1 FROM pool_values v JOIN pools p ON p.id = v.pool_id "
+    "WHERE v.run_id = d.run_id AND v.device_id = d.device_id) "
     "FROM device_results d JOIN runs r ON r.id = d.run_id LEFT JOIN stations s ON s.id = r.station_id");
+// The data pool values a unit received, as "unit_sn=HW-000123; eth_mac=02:1A:00:00:01:0F".
+const QString poolValuesSqlite = QStringLiteral("group_concat(p.name || '=' || v.value, '; ')");
+const QString poolValuesPostgres =
+    QStringLiteral("string_agg(p.name || '=' || v.value, '; ' ORDER BY p.name)");
 namespace Col {
 enum Column
 {
@@ -56,7 +62,8 @@ enum Column
     JobFile,
     JobSha256,
     RunStartedMs,
-    RunOffsetS
+    RunOffsetS,
+    PoolValues
 };
 } // namespace Col
 
@@ -192,8 +199,11 @@ int HistoryCommand::exec(const QStringList& arguments)
     QStringList conditions;
     QVariantList values;
     if (!device.isEmpty()) {
-        conditions << QStringLiteral("(d.device_id = ? OR d.serial = ? OR d.ip = ?)");
-        values << device << device << device;
+        // A unit is found by its data pool values too (which board has MAC 02:1A:00:00:01:0F).
+        conditions << QStringLiteral(
+            "(d.device_id = ? OR d.serial = ? OR d.ip = ? OR EXISTS (SELECT 1 FROM pool_values v WHERE "
+            "v.run_id = d.run_id AND v.device_id = d.device_id AND v.value = ?))");
+        values << device << device << device << device;
     }
     // A result that never started counts at its run's start.
     if (parser.isSet(sinceOption)) {
@@ -204,7 +214,7 @@ int HistoryCommand::exec(const QStringList& arguments)
         conditions << QStringLiteral("COALESCE(d.started_ms, r.started_ms) <= ?");
         values << until;
     }
-    QString sql = selectResults;
+    QString sql = selectResults.arg(store.isPostgres() ? poolValuesPostgres : poolValuesSqlite);
     if (!conditions.isEmpty())
         sql += QStringLiteral(" WHERE ") + conditions.join(QStringLiteral(" AND "));
     sql += QStringLiteral(" ORDER BY COALESCE(d.started_ms, r.started_ms), d.id");
@@ -234,16 +244,16 @@ int HistoryCommand::exec(const QStringList& arguments)
     if (csv) {
         // The byte order mark tells spreadsheets the file is UTF-8, as in the run report.
         *csvStream << QChar(0xfeff)
-                   << RunReport::line({QStringLiteral("Start"), QStringLiteral("End"),
-                                       QStringLiteral("Station"), QStringLiteral("Device id"),
+                   << RunReport::line({QStringLiteral("Start"),         QStringLiteral("End"),
+                                       QStringLiteral("Station"),       QStringLiteral("Device id"),
                                        QStringLiteral("Serial number"), QStringLiteral("IP address"),
-                                       QStringLiteral("Nickname"), QStringLiteral("Target part"),
-                                       QStringLiteral("Connection"), QStringLiteral("Outcome"),
+                                       QStringLiteral("Nickname"),      QStringLiteral("Target part"),
+                                       QStringLiteral("Connection"),    QStringLiteral("Outcome"),
                                        QStringLiteral("Failed action"), QStringLiteral("Failed action type"),
-                                       QStringLiteral("Exit code"), QStringLiteral("Signal"),
-                                       QStringLiteral("Elapsed ms"), QStringLiteral("Log file"),
-                                       QStringLiteral("Run"), QStringLiteral("Job file"),
-                                       QStringLiteral("Bundle SHA-256")});
+                                       QStringLiteral("Exit code"),     QStringLiteral("Signal"),
+                                       QStringLiteral("Elapsed ms"),    QStringLiteral("Log file"),
+                                       QStringLiteral("Run"),           QStringLiteral("Job file"),
+                                       QStringLiteral("Job SHA-256"),   QStringLiteral("Data pool values")});
     }
 
     int found = 0;
@@ -259,15 +269,24 @@ int HistoryCommand::exec(const QStringList& arguments)
             *csvStream << RunReport::line(
                 {started.isValid() ? started.toString(Qt::ISODateWithMs) : QString(),
                  ended.isValid() ? ended.toString(Qt::ISODateWithMs) : QString(),
-                 query.value(Col::Station).toString(), query.value(Col::DeviceId).toString(),
-                 query.value(Col::Serial).toString(), query.value(Col::Ip).toString(),
-                 query.value(Col::Nickname).toString(), query.value(Col::Part).toString(),
-                 query.value(Col::Connection).toString(), query.value(Col::Outcome).toString(),
-                 numberOrEmpty(query.value(Col::FailedAction)), query.value(Col::FailedType).toString(),
-                 numberOrEmpty(query.value(Col::ExitCode)), numberOrEmpty(query.value(Col::Signal)),
-                 numberOrEmpty(query.value(Col::ElapsedMs)), query.value(Col::LogFile).toString(),
-                 query.value(Col::RunId).toString(), query.value(Col::JobFile).toString(),
-                 query.value(Col::JobSha256).toString()});
+                 query.value(Col::Station).toString(),
+                 query.value(Col::DeviceId).toString(),
+                 query.value(Col::Serial).toString(),
+                 query.value(Col::Ip).toString(),
+                 query.value(Col::Nickname).toString(),
+                 query.value(Col::Part).toString(),
+                 query.value(Col::Connection).toString(),
+                 query.value(Col::Outcome).toString(),
+                 numberOrEmpty(query.value(Col::FailedAction)),
+                 query.value(Col::FailedType).toString(),
+                 numberOrEmpty(query.value(Col::ExitCode)),
+                 numberOrEmpty(query.value(Col::Signal)),
+                 numberOrEmpty(query.value(Col::ElapsedMs)),
+                 query.value(Col::LogFile).toString(),
+                 query.value(Col::RunId).toString(),
+                 query.value(Col::JobFile).toString(),
+                 query.value(Col::JobSha256).toString(),
+                 query.value(Col::PoolValues).toString()});
             continue;
         }
         QString line = started.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss t")) + QStringLiteral("  ") +
@@ -288,6 +307,8 @@ int HistoryCommand::exec(const QStringList& arguments)
             line += QStringLiteral("  ") + tr("exit code %1").arg(query.value(Col::ExitCode).toInt());
         if (!query.value(Col::Signal).isNull())
             line += QStringLiteral("  ") + tr("signal %1").arg(query.value(Col::Signal).toInt());
+        if (!query.value(Col::PoolValues).toString().isEmpty())
+            line += QStringLiteral("  ") + query.value(Col::PoolValues).toString();
         if (!query.value(Col::LogFile).toString().isEmpty())
             line += QStringLiteral("  ") + QDir::toNativeSeparators(query.value(Col::LogFile).toString());
         out << line << '\n';

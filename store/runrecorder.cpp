@@ -1,6 +1,7 @@
 #include "runrecorder.h"
 
 #include "jobrunengine.h"
+#include "poolrunsession.h"
 #include "runrecords.h"
 #include "runreport.h"
 #include "settingsutil.h"
@@ -199,7 +200,10 @@ void RunRecorder::hand(const QVariantMap& record)
 void RunRecorder::onRunStarting(const QStringList& ids)
 {
     RunRecords::RunStart start;
-    start.id = runId = RunRecords::newRunId();
+    // A run that drew values from data pools keeps their run id, so the store ties each unit's
+    // result to the values it received.
+    const QString poolRun = engine->pools() ? engine->pools()->runId() : QString();
+    start.id = runId = poolRun.isEmpty() ? RunRecords::newRunId() : poolRun;
     start.station = currentStation();
     start.started = QDateTime::currentDateTime();
     start.jobFile = jobFile;

@@ -1,4 +1,6 @@
 #include "historycommand.h"
+#include "poolrange.h"
+#include "poolstore.h"
 #include "productionstore.h"
 #include "runrecords.h"
 #include "storewriter.h"
@@ -139,6 +141,17 @@ private slots:
                  {"outcome", "not started"}},
             };
             QVERIFY2(StoreWriter::writeRecords(store, records, &error), qPrintable(error));
+            // The passing unit received a MAC address from a data pool.
+            PoolStore pools(store.database(), store.isPostgres(), store.stationId());
+            PoolDefinition macs;
+            macs.name = QStringLiteral("eth_mac");
+            macs.kind = PoolDefinition::Mac;
+            QVERIFY(PoolRange::parseMac("02:1A:00:00:01:0F..02:1A:00:00:01:FF", 1, &macs.range, &error));
+            QVERIFY2(pools.define(macs, &error), qPrintable(error));
+            QHash<QString, QHash<QString, QString>> received;
+            QVERIFY2(pools.reserve("run-c", {"810000123"}, {"eth_mac"}, &received, &error),
+                     qPrintable(error));
+            QVERIFY2(pools.settle({{"run-c", "810000123", "done"}}, &error), qPrintable(error));
         }
 
         Outcome all = history({QStringLiteral("--database"), url});
@@ -161,6 +174,12 @@ private slots:
         lines = unit.out.split('\n', Qt::SkipEmptyParts);
         QCOMPARE(lines.size(), 2);
         QVERIFY(lines.at(0).contains(QLatin1String("DONE         810000123")));
+        QVERIFY2(lines.at(0).contains(QLatin1String("eth_mac=02:1A:00:00:01:0F")), qPrintable(unit.out));
+        // Found by the value it received.
+        Outcome byMac =
+            history({QStringLiteral("--database"), url, QStringLiteral("--device"), "02:1A:00:00:01:0F"});
+        QCOMPARE(byMac.out.count('\n'), 2);
+        QVERIFY2(byMac.out.contains(QLatin1String("DONE         810000123")), qPrintable(byMac.out));
         Outcome byIp = history({QStringLiteral("--database"), url, QStringLiteral("--device"), "192.0.2.7"});
         QCOMPARE(byIp.out.count('\n'), 2);
         Outcome none = history({QStringLiteral("--database"), url, QStringLiteral("--until"), "2026-11-17"});
