@@ -5,11 +5,17 @@
 #include "corvaneprocessrunner.h"
 #include "jobchecks.h"
 #include "jobexecution.h"
+#include "jobhash.h"
+#include "lotstore.h"
+#include "poolstoreconnection.h"
+#include "productionstore.h"
 #include "settingsutil.h"
 #include "stationallowlist.h"
 #include "stationengine.h"
+#include "storesettings.h"
 
 #include <QCommandLineParser>
+#include <QCoreApplication>
 #include <QDir>
 #include <QEventLoop>
 #include <QFileInfo>
@@ -24,6 +30,7 @@ const QString triggerOption = QStringLiteral("trigger");
 const QString allowOption = QStringLiteral("allow");
 const QString settleOption = QStringLiteral("settle");
 const QString pollOption = QStringLiteral("poll");
+const QString databaseOption = QStringLiteral("database");
 
 constexpr int maxQuantity = 10000000;
 constexpr int maxSettleMs = 600000;
@@ -59,7 +66,7 @@ int StationCommandLine::usageError(const QString& message)
 {
     err << tr("harnwick: %1").arg(message) << '\n'
         << tr("Usage: harnwick --station BUNDLE.hwj --lot NAME --quantity N [--trigger adapter|target] "
-              "[--allow PATTERN[,PATTERN...]] [--settle MS] [--poll MS]")
+              "[--allow PATTERN[,PATTERN...]] [--settle MS] [--poll MS] [--database URL]")
         << Qt::endl;
     return BadUsage;
 }
@@ -74,7 +81,8 @@ int StationCommandLine::exec(const QStringList& arguments)
                        {triggerOption, QString(), QStringLiteral("trigger")},
                        {allowOption, QString(), QStringLiteral("patterns")},
                        {settleOption, QString(), QStringLiteral("ms")},
-                       {pollOption, QString(), QStringLiteral("ms")}});
+                       {pollOption, QString(), QStringLiteral("ms")},
+                       {databaseOption, QString(), QStringLiteral("url")}});
     if (!parser.parse(arguments))
         return usageError(parser.errorText());
     if (!parser.positionalArguments().isEmpty())
@@ -142,6 +150,27 @@ int StationCommandLine::exec(const QStringList& arguments)
         return usageError(tr("The Corvane executable \"%1\" cannot be run (it must answer \"batch -h\"). Set "
                              "its path in the window's Settings menu.")
                               .arg(QDir::toNativeSeparators(executable)));
+    // The lot lives in the production store: its counters survive the program.
+    QString storeError;
+    const StoreLocation location = parser.isSet(databaseOption)
+                                       ? StoreLocation::fromUrl(parser.value(databaseOption), &storeError)
+                                       : StoreSettings::location(&storeError);
+    if (!location.isValid())
+        return usageError(storeError);
+    store = std::make_unique<ProductionStore>();
+    if (!store->open(location, &storeError))
+        return usageError(storeError);
+    lots = std::make_unique<LotStore>(store->database(), store->isPostgres(), store->stationId());
+    lotId = lots->openLot(lot, quantity, QFileInfo(bundlePath).absoluteFilePath(), JobHash::sha256(job),
+                          &storeError);
+    if (lotId == 0)
+        return usageError(storeError);
+    const QList<LotStore::Interrupted> interrupted =
+        lots->settleInterrupted(&PoolStoreConnection::processAlive, &storeError);
+    if (!storeError.isEmpty())
+        return usageError(storeError);
+    readCounts();
+
     job.logging = Settings::loggingEnabled();
     job.logDirectory = Settings::logFileDirectory();
     job.timeoutSeconds = Settings::processTimeoutSeconds();
@@ -149,7 +178,8 @@ int StationCommandLine::exec(const QStringList& arguments)
     engine = new StationEngine(this);
     engine->setOptions(options);
     engine->setJob(job);
-    engine->setStartBudget(quantity - passed);
+    engine->setStartBudget(qMax(0, quantity - passed));
+    connect(engine, &StationEngine::unitStarted, this, &StationCommandLine::onUnitStarted);
     connect(engine, &StationEngine::unitFinished, this, &StationCommandLine::onUnitFinished);
     connect(engine, &StationEngine::idle, this, &StationCommandLine::finishIfDone);
     connect(engine, &StationEngine::errorEncountered, this, [this](const QString& message) {
@@ -165,6 +195,23 @@ int StationCommandLine::exec(const QStringList& arguments)
                .arg(QFileInfo(bundlePath).fileName(),
                     options.trigger == StationOptions::Trigger::Target ? tr("target") : tr("adapter"))
         << Qt::endl;
+    // Units a crash cut short wait for the operator: their boards may be half programmed.
+    for (const LotStore::Interrupted& unit : interrupted) {
+        engine->markInterrupted(unit.slot, QString(), tr("cut short when the program ended"));
+        out << QStringList{tr("INTERRUPTED"), unit.slot, unit.deviceId,
+                           tr("cut short when the program ended; take the board out to try it again")}
+                   .join(QStringLiteral("  "))
+            << Qt::endl;
+    }
+    if (passed >= quantity) {
+        out << tr("Lot \"%1\" is complete: %2 of %3 passed. No more units start.")
+                   .arg(lot)
+                   .arg(passed)
+                   .arg(quantity)
+            << Qt::endl;
+        printCounts();
+        return Complete;
+    }
     QEventLoop eventLoop;
     loop = &eventLoop;
     engine->start();
@@ -182,12 +229,47 @@ QString StationCommandLine::slotName(const QString& slotId) const
     return slot && !slot->device.nickname.isEmpty() ? slot->device.nickname : slotId;
 }
 
+void StationCommandLine::readCounts()
+{
+    LotCounts counts;
+    QString error;
+    if (!lots->counts(lotId, &counts, &error)) {
+        err << tr("harnwick: %1").arg(error) << Qt::endl;
+        return;
+    }
+    passed = counts.passed;
+    failed = counts.failed;
+    firstPass = counts.firstPass;
+    units = counts.units;
+}
+
+void StationCommandLine::onUnitStarted(const QString& slotId)
+{
+    const StationSlot* slot = engine->slot(slotId);
+    QString error;
+    const qint64 row = lots->unitStarted(lotId, slotId, slot ? slot->id : slotId,
+                                         QCoreApplication::applicationPid(), &error);
+    if (row == 0)
+        err << tr("harnwick: %1").arg(error) << Qt::endl;
+    unitRows.insert(slotId, row);
+}
+
 void StationCommandLine::onUnitFinished(const StationUnit& unit)
 {
-    if (unit.passed)
-        ++passed;
-    else
-        ++failed;
+    QString error;
+    const qint64 row = unitRows.take(unit.slotId);
+    if (row != 0 && lots->unitEnded(row, unit.outcome, &error))
+        readCounts();
+    else {
+        // The store did not take it: count it here so the station still stops at its quantity.
+        if (!error.isEmpty())
+            err << tr("harnwick: %1").arg(error) << Qt::endl;
+        ++units;
+        if (unit.passed)
+            ++passed;
+        else
+            ++failed;
+    }
     // Only the second interrupt cuts units short; a unit that failed on its own is the lot's business.
     if (!unit.passed && interrupts > 1)
         cutShort = true;
@@ -222,14 +304,19 @@ void StationCommandLine::finishIfDone()
 
 void StationCommandLine::printCounts()
 {
-    const int total = passed + failed;
-    out << tr("Lot \"%1\": %2 of %3 passed, %4 failed, %5 units")
-               .arg(lot)
-               .arg(passed)
-               .arg(quantity)
-               .arg(failed)
-               .arg(total)
-        << Qt::endl;
+    // Failed counts boards whose every try failed; a board re-seated after a failure is tried again.
+    const int boards = passed + failed;
+    QString line = tr("Lot \"%1\": %2 of %3 passed, %4 failed, %5 units")
+                       .arg(lot)
+                       .arg(passed)
+                       .arg(quantity)
+                       .arg(failed)
+                       .arg(units);
+    if (boards > 0)
+        line += tr(", first-pass yield %1%, final yield %2%")
+                    .arg(100.0 * firstPass / boards, 0, 'f', 1)
+                    .arg(100.0 * passed / boards, 0, 'f', 1);
+    out << line << Qt::endl;
 }
 
 void StationCommandLine::interrupt()

@@ -1,5 +1,6 @@
 #include "storemigrations.h"
 
+#include "lotstore.h"
 #include "poolstore.h"
 
 #include <QDateTime>
@@ -73,6 +74,7 @@ QVector<StoreMigration> sortedMigrations()
                  "actor TEXT, what TEXT NOT NULL, old_value TEXT, new_value TEXT)"),
          }},
         {10, PoolStore::sqliteSchema(), PoolStore::postgresSchema()},
+        {20, LotStore::sqliteSchema(), LotStore::postgresSchema()},
     };
     std::sort(migrations.begin(), migrations.end(),
               [](const StoreMigration& a, const StoreMigration& b) { return a.version < b.version; });

@@ -147,7 +147,42 @@ private slots:
                      failures.at(0).endsWith("Simulated failure."),
                  qPrintable(failures.at(0)));
         QVERIFY(output.contains("Lot \"KL-0042\" is complete: 3 of 3 passed."));
-        QVERIFY(output.trimmed().endsWith("Lot \"KL-0042\": 3 of 3 passed, 2 failed, 5 units"));
+        // Line-4's board failed twice: one board, two units.
+        QVERIFY2(output.trimmed().endsWith("Lot \"KL-0042\": 3 of 3 passed, 1 failed, 5 units, first-pass "
+                                           "yield 75.0%, final yield 75.0%"),
+                 output.constData());
+    }
+
+    // A kill cuts a unit short: the lot goes on from the store's counts, and the unit's slot waits
+    // for its board to be taken out instead of starting again on a half-programmed board.
+    void lotSurvivesAKill()
+    {
+        const QByteArray fleet = "adapters:\n"
+                                 "  - {serial: 801040051, nickname: bay-1, attached: [[0, null]]}\n"
+                                 "  - {serial: 801040052, nickname: bay-2, attached: [[0, null]]}\n";
+        const QString database = QStringLiteral("sqlite:") + dir.filePath("lots.sqlite");
+        const QStringList arguments{"--station", bundle(3000), "--lot",      "KL-0051", "--quantity",
+                                    "3",         "--settle",   "200",        "--poll",  "100",
+                                    "--allow",   "bay-*",      "--database", database};
+        {
+            const auto process = start(fleet, arguments);
+            QTRY_COMPARE_WITH_TIMEOUT(batchRuns().size(), 2, 20000);
+            ::kill(pid_t(process->processId()), SIGKILL);
+            QVERIFY(process->waitForFinished(10000));
+        }
+        // Both units were cut short; the boards stay in place, so nothing starts and the lot is not
+        // complete: the station runs on until it is stopped.
+        const auto process = start(fleet, arguments);
+        QByteArray output;
+        QTRY_COMPARE_WITH_TIMEOUT(
+            linesStartingWith(output += process->readAllStandardOutput(), "INTERRUPTED").size(), 2, 20000);
+        QTest::qWait(1500);
+        QVERIFY(batchRuns().isEmpty());
+        ::kill(pid_t(process->processId()), SIGINT);
+        QVERIFY(process->waitForFinished(20000));
+        QCOMPARE(process->exitCode(), 0);
+        output += process->readAllStandardOutput();
+        QVERIFY2(output.contains("Lot \"KL-0051\": 0 of 3 passed, 2 failed, 2 units"), output.constData());
     }
 
     // The first Ctrl+C lets the running unit finish and starts no other; the second cuts it short.
