@@ -63,6 +63,36 @@ template<size_t N> QString placeholders(const Column (&)[N])
     return marks.join(QStringLiteral(", "));
 }
 
+// The writer's statements, made once from the column lists.
+struct Statements
+{
+    QString insertRun;
+    QString insertResult;
+    QString updateRun;
+    QString insertAudit;
+};
+
+Statements makeStatements()
+{
+    QStringList assignments;
+    for (const Column& column : endColumns)
+        assignments << QString::fromLatin1(column.name) + QStringLiteral(" = ?");
+    Statements statements;
+    statements.insertRun = QStringLiteral("INSERT INTO runs(%1) VALUES(%2) ON CONFLICT(id) DO NOTHING")
+                               .arg(columnList(runColumns), placeholders(runColumns));
+    statements.insertResult =
+        QStringLiteral("INSERT INTO device_results(%1) VALUES(%2) ON CONFLICT(run_id, device_id) DO NOTHING")
+            .arg(columnList(resultColumns), placeholders(resultColumns));
+    statements.updateRun =
+        QStringLiteral("UPDATE runs SET %1 WHERE id = ?").arg(assignments.join(QStringLiteral(", ")));
+    // An audit row has no key of its own: a replayed one is known by its moment, setting and station.
+    statements.insertAudit =
+        QStringLiteral("INSERT INTO audit(%1) SELECT %2 WHERE NOT EXISTS (SELECT 1 FROM audit "
+                       "WHERE at_ms = ? AND what = ? AND station_id = ?)")
+            .arg(columnList(auditColumns), placeholders(auditColumns));
+    return statements;
+}
+
 // A value as the column takes it: empty texts and absent values are NULL. NUL characters
 // are dropped: PostgreSQL refuses them in text, and one odd nickname must not hold up a run.
 QVariant columnValue(const QVariantMap& record, const Column& column)
@@ -356,33 +386,24 @@ bool StoreWriter::writeRecords(ProductionStore& store, const QList<QVariantMap>&
         return failed(store, failing, error, busy);
     };
 
+    // The statements name fixed columns only; every value is bound.
+    static const Statements statements = makeStatements();
     QSqlQuery insertRun(db);
-    insertRun.prepare(QStringLiteral("INSERT INTO runs(%1) VALUES(%2) ON CONFLICT(id) DO NOTHING")
-                          .arg(columnList(runColumns), placeholders(runColumns)));
+    insertRun.prepare(statements.insertRun);
     QSqlQuery insertFile(db);
     insertFile.prepare(QStringLiteral("INSERT INTO run_files(run_id, path, sha256) VALUES(?, ?, ?)"));
     QSqlQuery insertResult(db);
-    insertResult.prepare(
-        QStringLiteral("INSERT INTO device_results(%1) VALUES(%2) ON CONFLICT(run_id, device_id) DO NOTHING")
-            .arg(columnList(resultColumns), placeholders(resultColumns)));
-    QStringList assignments;
-    for (const Column& column : endColumns)
-        assignments << QStringLiteral("%1 = ?").arg(QString::fromLatin1(column.name));
+    insertResult.prepare(statements.insertResult);
     QSqlQuery updateRun(db);
-    updateRun.prepare(
-        QStringLiteral("UPDATE runs SET %1 WHERE id = ?").arg(assignments.join(QStringLiteral(", "))));
+    updateRun.prepare(statements.updateRun);
     QSqlQuery insertStation(db);
     insertStation.prepare(QStringLiteral(
         "INSERT INTO stations(name, host, created_ms) VALUES(?, NULL, ?) ON CONFLICT(name) DO NOTHING"));
     QSqlQuery findStation(db);
     findStation.prepare(QStringLiteral("SELECT id FROM stations WHERE name = ?"));
 
-    // An audit row has no key of its own: a replayed one is known by its moment, setting and station.
     QSqlQuery insertAudit(db);
-    insertAudit.prepare(
-        QStringLiteral("INSERT INTO audit(%1) SELECT %2 WHERE NOT EXISTS (SELECT 1 FROM audit "
-                       "WHERE at_ms = ? AND what = ? AND station_id = ?)")
-            .arg(columnList(auditColumns), placeholders(auditColumns)));
+    insertAudit.prepare(statements.insertAudit);
 
     QHash<QString, qint64> stations{{store.stationName(), store.stationId()}};
     // The station's id by its name, entered when the store does not know it yet.

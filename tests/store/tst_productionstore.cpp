@@ -172,24 +172,24 @@ private slots:
         // version 1, whose statements would fail if run again.
         const QVector<StoreMigration> later = withExtra({
             {12,
-             {"CREATE TABLE lot_units(id INTEGER PRIMARY KEY, lot_id INTEGER REFERENCES lots(id))"},
-             {"CREATE TABLE lot_units(id BIGSERIAL PRIMARY KEY, lot_id BIGINT REFERENCES lots(id))"}},
+             {"CREATE TABLE trial_units(id INTEGER PRIMARY KEY, lot_id INTEGER REFERENCES trial_lots(id))"},
+             {"CREATE TABLE trial_units(id BIGSERIAL PRIMARY KEY, lot_id BIGINT REFERENCES trial_lots(id))"}},
             {5,
-             {"CREATE TABLE lots(id INTEGER PRIMARY KEY)"},
-             {"CREATE TABLE lots(id BIGSERIAL PRIMARY KEY)"}},
+             {"CREATE TABLE trial_lots(id INTEGER PRIMARY KEY)"},
+             {"CREATE TABLE trial_lots(id BIGSERIAL PRIMARY KEY)"}},
         });
         {
             ProductionStore store;
             QVERIFY2(store.open(location, later, &error), qPrintable(error));
-            QCOMPARE(store.schemaVersion(), 12);
+            QCOMPARE(store.schemaVersion(), StoreMigrations::latestVersion(later));
             QCOMPARE(appliedVersions(store), versionsOf(later));
         }
 
         // A migration that fails half-way leaves nothing of itself behind and is not recorded.
         QVector<StoreMigration> broken = later;
         broken.append({14,
-                       {"CREATE TABLE half_done(id INTEGER)", "CREATE TABLE lots(id INTEGER)"},
-                       {"CREATE TABLE half_done(id INTEGER)", "CREATE TABLE lots(id INTEGER)"}});
+                       {"CREATE TABLE half_done(id INTEGER)", "CREATE TABLE trial_lots(id INTEGER)"},
+                       {"CREATE TABLE half_done(id INTEGER)", "CREATE TABLE trial_lots(id INTEGER)"}});
         {
             ProductionStore store;
             QVERIFY(!store.open(location, broken, &error));
@@ -199,7 +199,7 @@ private slots:
         ProductionStore store;
         QVERIFY2(store.open(location, later, &error), qPrintable(error));
         QCOMPARE(appliedVersions(store), versionsOf(later));
-        QVERIFY(tableExists(store, QStringLiteral("lot_units")));
+        QVERIFY(tableExists(store, QStringLiteral("trial_units")));
         QVERIFY(!tableExists(store, QStringLiteral("half_done")));
     }
 
