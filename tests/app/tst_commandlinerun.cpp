@@ -1,6 +1,7 @@
 #include "../batch/batchtestfiles.h"
 #include "batchutil.h"
 #include "commandlinerun.h"
+#include "forkedprocess.h"
 #include "interruptwatcher.h"
 #include "settingsutil.h"
 #include "simulatorsession.h"
@@ -426,9 +427,9 @@ private slots:
             QStringLiteral("shared.hwj"),
             {device(801002345, "bench-left"), device(801002346, "bench-right"), device(801017733, "rack-a1")},
             500);
-        QProcess first, second;
+        ForkedProcess first, second;
         for (QProcess* process : {&first, &second})
-            process->start(QStringLiteral(HARNWICK_PROGRAM_PATH),
+            process->start(TestEnvironment::programPath(QStringLiteral(HARNWICK_PROGRAM_PATH)),
                            {"--run", slow, "--no-logs", "--concurrency", "1"});
         // Known only while they run.
         const qint64 pids[] = {first.processId(), second.processId()};

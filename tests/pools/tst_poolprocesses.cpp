@@ -1,4 +1,5 @@
 #include "batchutil.h"
+#include "forkedprocess.h"
 #include "settingsutil.h"
 #include "simulatorsession.h"
 #include "testenvironment.h"
@@ -39,8 +40,9 @@ QMap<QString, QVariant> step(const char* task, const QMap<QString, QVariant>& va
 
 QStringList poolsOutput(QString* errors = nullptr)
 {
-    QProcess process;
-    process.start(QStringLiteral(HARNWICK_APP_PATH), {QStringLiteral("--pools")});
+    ForkedProcess process;
+    process.start(TestEnvironment::programPath(QStringLiteral(HARNWICK_APP_PATH)),
+                  {QStringLiteral("--pools")});
     process.waitForFinished(60000);
     if (errors)
         *errors = QString::fromUtf8(process.readAllStandardError());
@@ -85,8 +87,8 @@ private slots:
                                  TestEnvironment::simulatorPath());
         QFile::remove(QDir(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation))
                           .filePath(QStringLiteral("production.sqlite")));
-        QProcess define;
-        define.start(QStringLiteral(HARNWICK_APP_PATH),
+        ForkedProcess define;
+        define.start(TestEnvironment::programPath(QStringLiteral(HARNWICK_APP_PATH)),
                      {"--pool-define", "unit_sn", "--counter", "1..100000", "--format", "HW-%06d"});
         QVERIFY(define.waitForFinished(60000));
         QCOMPARE(define.exitCode(), 0);
@@ -95,7 +97,8 @@ private slots:
         for (int i = 0; i < 40; ++i)
             keys.write("KM-KEY-" + QByteArray::number(i) + "\n");
         keys.close();
-        define.start(QStringLiteral(HARNWICK_APP_PATH), {"--pool-define", "keys", "--list", keys.fileName()});
+        define.start(TestEnvironment::programPath(QStringLiteral(HARNWICK_APP_PATH)),
+                     {"--pool-define", "keys", "--list", keys.fileName()});
         QVERIFY(define.waitForFinished(60000));
         QCOMPARE(define.exitCode(), 0);
 
@@ -104,11 +107,12 @@ private slots:
         const QString first = bundle("first.hwj", 0);
         const QString second = bundle("second.hwj", DevicesPerProcess);
         QVERIFY(!first.isEmpty() && !second.isEmpty());
-        QProcess survivor;
-        QProcess killed;
-        survivor.start(QStringLiteral(HARNWICK_APP_PATH),
+        ForkedProcess survivor;
+        ForkedProcess killed;
+        survivor.start(TestEnvironment::programPath(QStringLiteral(HARNWICK_APP_PATH)),
                        {"--run", first, "--concurrency", "4", "--no-logs"});
-        killed.start(QStringLiteral(HARNWICK_APP_PATH), {"--run", second, "--concurrency", "4", "--no-logs"});
+        killed.start(TestEnvironment::programPath(QStringLiteral(HARNWICK_APP_PATH)),
+                     {"--run", second, "--concurrency", "4", "--no-logs"});
         QVERIFY(survivor.waitForStarted() && killed.waitForStarted());
         // Killed once some of its devices ran and others wait (its output is buffered: the record tells).
         const auto secondStarted = [this] {

@@ -1,4 +1,5 @@
 #include "batchutil.h"
+#include "forkedprocess.h"
 #include "settingsutil.h"
 #include "simulatorrecord.h"
 #include "testenvironment.h"
@@ -29,7 +30,7 @@ class TestStationCommandLine : public QObject
     }
 
     // Starts the station on a fleet; the windows count from a moment just ahead.
-    std::unique_ptr<QProcess> start(const QByteArray& fleet, const QStringList& arguments)
+    std::unique_ptr<ForkedProcess> start(const QByteArray& fleet, const QStringList& arguments)
     {
         QFile file(dir.filePath("fleet.yaml"));
         if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
@@ -42,9 +43,9 @@ class TestStationCommandLine : public QObject
         environment.insert("CORVANE_SIM_RECORD", dir.filePath("record.jsonl"));
         environment.insert("CORVANE_SIM_SPEED", "1");
         environment.insert("CORVANE_SIM_EPOCH_MS", QString::number(epochMs));
-        auto process = std::make_unique<QProcess>();
+        auto process = std::make_unique<ForkedProcess>();
         process->setProcessEnvironment(environment);
-        process->start(QStringLiteral(HARNWICK_PROGRAM_PATH), arguments);
+        process->start(TestEnvironment::programPath(QStringLiteral(HARNWICK_PROGRAM_PATH)), arguments);
         return process;
     }
 

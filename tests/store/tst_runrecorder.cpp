@@ -1,6 +1,7 @@
 #include "batchutil.h"
 #include "commandlinerun.h"
 #include "corvaneprocessrunner.h"
+#include "forkedprocess.h"
 #include "jobrunengine.h"
 #include "productionstore.h"
 #include "runrecorder.h"
@@ -537,8 +538,8 @@ private slots:
             const bool busy = round % 2 == 1;
             if (busy)
                 QVERIFY(hold.exec(QStringLiteral("BEGIN IMMEDIATE")));
-            QProcess child;
-            child.setProgram(QStringLiteral(HARNWICK_PROGRAM));
+            ForkedProcess child;
+            child.setProgram(TestEnvironment::programPath(QStringLiteral(HARNWICK_PROGRAM)));
             child.setArguments({QStringLiteral("--run"), bundle, QStringLiteral("--no-logs"),
                                 QStringLiteral("--concurrency"), QStringLiteral("3")});
             child.start();

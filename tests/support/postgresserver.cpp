@@ -1,4 +1,5 @@
 #include "postgresserver.h"
+#include "forkedprocess.h"
 
 #include <QCollator>
 #include <QDir>
@@ -77,7 +78,7 @@ QString PostgresServer::url(const QString& database) const
 bool PostgresServer::runTool(const QString& tool, const QStringList& arguments, QString* error, int timeoutMs)
 {
     const QString program = QDir(binaryFolder()).filePath(tool);
-    QProcess process;
+    ForkedProcess process;
     process.setWorkingDirectory(folder->path());
     process.setProcessChannelMode(QProcess::MergedChannels);
     if (geteuid() == 0) {

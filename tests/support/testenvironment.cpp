@@ -19,6 +19,12 @@ QString simulatorPath()
     return override.isEmpty() ? QStringLiteral(HARNWICK_SIMULATOR_PATH) : override;
 }
 
+QString programPath(const QString& built)
+{
+    const QString override = qEnvironmentVariable("HARNWICK_TEST_PROGRAM");
+    return override.isEmpty() ? built : override;
+}
+
 QString writeScript(const QString& directory, const QString& name, const QString& body)
 {
     const QString path = QDir(directory).filePath(name);

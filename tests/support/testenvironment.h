@@ -34,6 +34,11 @@ private:
 // starts it through an emulator).
 QString simulatorPath();
 
+// The Harnwick program the tests start as a process (built is its path in the build). Under an
+// emulator HARNWICK_TEST_PROGRAM names a wrapper that starts it, as for the simulator. Start it
+// with a ForkedProcess: there a QProcess's start can fail and signal unrelated processes.
+QString programPath(const QString& built);
+
 // Removes every setting of the program, so a test starts from first-run state.
 void clearSettings();
 
