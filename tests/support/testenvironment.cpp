@@ -25,6 +25,11 @@ QString programPath(const QString& built)
     return override.isEmpty() ? built : override;
 }
 
+bool emulated()
+{
+    return qEnvironmentVariableIntValue("HARNWICK_TEST_EMULATED") == 1;
+}
+
 QString writeScript(const QString& directory, const QString& name, const QString& body)
 {
     const QString path = QDir(directory).filePath(name);

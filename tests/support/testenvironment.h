@@ -39,6 +39,11 @@ QString simulatorPath();
 // with a ForkedProcess: there a QProcess's start can fail and signal unrelated processes.
 QString programPath(const QString& built);
 
+// Whether the tests run under an emulator (the cross test run sets HARNWICK_TEST_EMULATED):
+// there process starts take many times longer, so checks of how things line up on the wall
+// clock cannot hold.
+bool emulated();
+
 // Removes every setting of the program, so a test starts from first-run state.
 void clearSettings();
 
