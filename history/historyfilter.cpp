@@ -46,8 +46,13 @@ HistoryFilter::Condition HistoryFilter::condition(const QStringList& extraTerms,
     const QString device = deviceText.trimmed();
     if (!device.isEmpty()) {
         // Lower on both sides: the same match on SQLite (whose LIKE ignores ASCII case) and PostgreSQL.
-        terms << QStringLiteral("LOWER(r.device_id) LIKE ? ESCAPE '\\'");
-        values << QString(QLatin1Char('%') + escapeLike(device.toLower()) + QLatin1Char('%'));
+        // A unit is also found by a value it received from a data pool (which board has this MAC?).
+        terms << QStringLiteral(
+            "(LOWER(r.device_id) LIKE ? ESCAPE '\\' OR EXISTS (SELECT 1 FROM pool_values v "
+            "WHERE v.run_id = r.run_id AND v.device_id = r.device_id AND LOWER(v.value) "
+            "LIKE ? ESCAPE '\\'))");
+        const QString pattern = QLatin1Char('%') + escapeLike(device.toLower()) + QLatin1Char('%');
+        values << pattern << pattern;
     }
     if (!exactDeviceId.isEmpty()) {
         terms << QStringLiteral("r.device_id = ?");

@@ -18,7 +18,7 @@ public:
         QVariantList values;
     };
 
-    // A device id or a part of it, as typed.
+    // A device id or a part of it, as typed, or a data pool value the unit received or a part of it.
     QString deviceText;
     // A whole device id: the runs of one unit.
     QString exactDeviceId;

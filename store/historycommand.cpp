@@ -31,13 +31,8 @@ const QString selectResults = QStringLiteral(
     "SELECT d.run_id, s.name, d.device_id, d.serial, d.ip, d.nickname, d.part, d.connection, d.outcome, "
     "d.failed_action, d.failed_type, d.exit_code, d.signal, d.started_ms, d.ended_ms, d.utc_offset_s, "
     "d.elapsed_ms, d.log_file, r.job_file, r.job_sha256, r.started_ms, r.utc_offset_s, "
-    "(SELECT %1 FROM pool_values v JOIN pools p ON p.id = v.pool_id "
-    "WHERE v.run_id = d.run_id AND v.device_id = d.device_id) "
+    "%1 "
     "FROM device_results d JOIN runs r ON r.id = d.run_id LEFT JOIN stations s ON s.id = r.station_id");
-// The data pool values a unit received, as "unit_sn=HW-000123; eth_mac=02:1A:00:00:01:0F".
-const QString poolValuesSqlite = QStringLiteral("group_concat(p.name || '=' || v.value, '; ')");
-const QString poolValuesPostgres =
-    QStringLiteral("string_agg(p.name || '=' || v.value, '; ' ORDER BY p.name)");
 namespace Col {
 enum Column
 {
@@ -84,6 +79,16 @@ QString numberOrEmpty(const QVariant& value)
 HistoryCommand::HistoryCommand(QTextStream& out, QTextStream& err, QObject* parent)
     : QObject(parent), out(out), err(err)
 {}
+
+QString HistoryCommand::poolValuesColumn(const QString& resultAlias, bool postgres)
+{
+    const QString values = postgres
+                               ? QStringLiteral("string_agg(p.name || '=' || v.value, '; ' ORDER BY p.name)")
+                               : QStringLiteral("group_concat(p.name || '=' || v.value, '; ')");
+    return QStringLiteral("(SELECT %1 FROM pool_values v JOIN pools p ON p.id = v.pool_id "
+                          "WHERE v.run_id = %2.run_id AND v.device_id = %2.device_id)")
+        .arg(values, resultAlias);
+}
 
 bool HistoryCommand::isHistoryCommand(const QStringList& arguments)
 {
@@ -214,7 +219,7 @@ int HistoryCommand::exec(const QStringList& arguments)
         conditions << QStringLiteral("COALESCE(d.started_ms, r.started_ms) <= ?");
         values << until;
     }
-    QString sql = selectResults.arg(store.isPostgres() ? poolValuesPostgres : poolValuesSqlite);
+    QString sql = selectResults.arg(poolValuesColumn(QStringLiteral("d"), store.isPostgres()));
     if (!conditions.isEmpty())
         sql += QStringLiteral(" WHERE ") + conditions.join(QStringLiteral(" AND "));
     sql += QStringLiteral(" ORDER BY COALESCE(d.started_ms, r.started_ms), d.id");

@@ -35,6 +35,10 @@ public:
     // millisecond, or with `endOfDay` its last. False with a sentence in *error otherwise.
     static bool parseMoment(const QString& text, bool endOfDay, qint64* ms, QString* error);
 
+    // A column of the data pool values a unit received ("unit_sn=HW-000123; eth_mac=02:1A:00:00:01:0F"),
+    // for a query over device_results under the given alias.
+    static QString poolValuesColumn(const QString& resultAlias, bool postgres);
+
 private:
     int fail(const QString& message);
     void printHelp();

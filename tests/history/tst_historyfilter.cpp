@@ -50,6 +50,9 @@ private slots:
         exec(query, "CREATE TABLE run_files(run_id TEXT, path TEXT, sha256 TEXT)");
         exec(query, "CREATE TABLE device_results(id INTEGER PRIMARY KEY, run_id TEXT, device_id TEXT, "
                     "outcome TEXT, started_ms BIGINT)");
+        exec(query, "CREATE TABLE pool_values(run_id TEXT, device_id TEXT, value TEXT)");
+        exec(query,
+             "INSERT INTO pool_values VALUES ('r2', 'KMX1', '02:1A:00:00:01:0F'), ('r1', 'KMX1', 'HW-0009')");
         exec(query, "INSERT INTO stations VALUES (1, 'bench-a'), (2, 'bench-b')");
         exec(query, "INSERT INTO runs VALUES ('r1', 1, ?), ('r2', 2, ?)", {runOneBundle, runTwoBundle});
         exec(query, "INSERT INTO run_files VALUES ('r1', 'app.hex', ?)", {runOneImage});
@@ -90,6 +93,9 @@ private slots:
         QTest::newRow("surrounding blanks ignored") << with([](auto& f) { f.deviceText = " 0001 "; }) << "1";
         QTest::newRow("quote and comment as text")
             << with([](auto& f) { f.deviceText = "'); drop table runs; --"; }) << "6";
+        // A unit is found by a value it received from a data pool, in that run only.
+        QTest::newRow("pool value") << with([](auto& f) { f.deviceText = "01:0f"; }) << "5";
+        QTest::newRow("pool value of another run") << with([](auto& f) { f.deviceText = "HW-0009"; }) << "";
         QTest::newRow("exact id") << with([](auto& f) { f.exactDeviceId = "KM_1"; }) << "4";
         QTest::newRow("exact id keeps case") << with([](auto& f) { f.exactDeviceId = "km_1"; }) << "";
         QTest::newRow("outcome") << with([](auto& f) { f.outcome = "failed"; }) << "2 6";
