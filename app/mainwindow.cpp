@@ -4,6 +4,7 @@
 #include "adapterlock.h"
 #include "bulkoperationswidget.h"
 #include "datapoolsdialog.h"
+#include "historywindow.h"
 #include "jobrunengine.h"
 #include "outputviewerdialog.h"
 #include "productiondatabasedialog.h"
@@ -146,6 +147,10 @@ void MainWindow::setupMenuBar()
     connect(setLogs, SIGNAL(triggered()), this, SLOT(setLogFileDirectory()));
     QAction* revertLogs = loggingMenu->addAction(tr("&Revert Log File Directory to Default"));
     connect(revertLogs, SIGNAL(triggered()), this, SLOT(revertLogFileDirectory()));
+    loggingMenu->addSeparator();
+    QAction* history = loggingMenu->addAction(tr("Production &History..."));
+    history->setShortcut(QKeySequence(tr("Ctrl+H")));
+    connect(history, &QAction::triggered, this, &MainWindow::openProductionHistory);
 
     QMenu* settingsMenu = menuBar()->addMenu(tr("&Settings"));
     QAction* concurrency = settingsMenu->addAction(tr("Set &Max Concurrent Processes..."));
@@ -340,4 +345,15 @@ void MainWindow::requestClose()
         bulkOperationsWidget->jobRun()->killRunningDevices();
     else
         QCoreApplication::quit();
+}
+
+void MainWindow::openProductionHistory()
+{
+    if (!historyWindow)
+        historyWindow = new HistoryWindow(this);
+    // Read afresh each time: the runs since it was last open, and the database the settings name now.
+    historyWindow->reload();
+    historyWindow->show();
+    historyWindow->raise();
+    historyWindow->activateWindow();
 }

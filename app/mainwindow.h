@@ -3,6 +3,7 @@
 #include <QMainWindow>
 
 class BulkOperationsWidget;
+class HistoryWindow;
 class QCloseEvent;
 class QSplitter;
 
@@ -49,6 +50,7 @@ public slots:
     void revertCorvanePath();
     void editProductionDatabase();
     void openDataPools();
+    void openProductionHistory();
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -61,5 +63,6 @@ private:
     void restoreLayout();
 
     BulkOperationsWidget* bulkOperationsWidget = nullptr;
+    HistoryWindow* historyWindow = nullptr;
     bool finishingInBackground = false;
 };

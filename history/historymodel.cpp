@@ -65,6 +65,14 @@ void HistoryModel::setFilter(const HistoryFilter& filter)
         fetchMore(QModelIndex());
 }
 
+void HistoryModel::clear()
+{
+    beginResetModel();
+    rows.clear();
+    more = false;
+    endResetModel();
+}
+
 QString HistoryModel::selectSql(const HistoryFilter::Condition& condition, bool paged) const
 {
     return QStringLiteral("SELECT r.id, COALESCE(r.started_ms, u.started_ms), COALESCE(r.utc_offset_s, "
@@ -210,5 +218,68 @@ bool HistoryModel::forEachMatching(const std::function<void(const QStringList&)>
     }
     while (query.next())
         row(rowOf(query).fields);
+    return true;
+}
+
+bool HistoryModel::unitRunsForYield(int limit, QVector<HistoryStatistics::UnitRun>* runs, bool* truncated,
+                                    QString* error) const
+{
+    runs->clear();
+    *truncated = false;
+    if (!isOpen()) {
+        *error = tr("The production database is not open.");
+        return false;
+    }
+    // Results that never started were no try of their unit.
+    const HistoryFilter::Condition condition =
+        current.condition({QStringLiteral("r.started_ms IS NOT NULL")}, {});
+    QSqlQuery query(productionStore->database());
+    query.setForwardOnly(true);
+    query.prepare(
+        QStringLiteral("SELECT r.device_id, r.started_ms, COALESCE(r.utc_offset_s, u.utc_offset_s), "
+                       "r.outcome FROM device_results r JOIN runs u ON u.id = r.run_id %1 ORDER BY "
+                       "r.id DESC LIMIT %2")
+            .arg(condition.sql)
+            .arg(limit + 1));
+    for (const QVariant& value : condition.values)
+        query.addBindValue(value);
+    if (!query.exec()) {
+        *error = tr("The production history cannot be read: %1").arg(query.lastError().text());
+        return false;
+    }
+    while (query.next()) {
+        if (runs->size() == limit) {
+            *truncated = true;
+            break;
+        }
+        runs->append({query.value(0).toString(), query.value(1).toLongLong(), query.value(2).toInt(),
+                      query.value(3).toString() == QLatin1String("done")});
+    }
+    return true;
+}
+
+bool HistoryModel::failuresByActionType(QVector<HistoryStatistics::FailureCount>* failures,
+                                        QString* error) const
+{
+    failures->clear();
+    if (!isOpen()) {
+        *error = tr("The production database is not open.");
+        return false;
+    }
+    const HistoryFilter::Condition condition =
+        current.condition({QStringLiteral("r.failed_type IS NOT NULL")}, {});
+    QSqlQuery query(productionStore->database());
+    query.setForwardOnly(true);
+    query.prepare(QStringLiteral("SELECT r.failed_type, COUNT(*) FROM device_results r JOIN runs u ON u.id = "
+                                 "r.run_id %1 GROUP BY r.failed_type")
+                      .arg(condition.sql));
+    for (const QVariant& value : condition.values)
+        query.addBindValue(value);
+    if (!query.exec()) {
+        *error = tr("The production history cannot be read: %1").arg(query.lastError().text());
+        return false;
+    }
+    while (query.next())
+        failures->append({query.value(0).toString(), query.value(1).toInt()});
     return true;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "historyfilter.h"
+#include "historystatistics.h"
 
 #include <QAbstractTableModel>
 #include <QVector>
@@ -49,6 +50,8 @@ public:
     // Shows the results the filter matches, from the first page.
     void setFilter(const HistoryFilter& filter);
     const HistoryFilter& filter() const { return current; }
+    // Shows nothing until the next filter.
+    void clear();
 
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
     int columnCount(const QModelIndex& parent = QModelIndex()) const override;
@@ -64,6 +67,12 @@ public:
     // an export: runs it forward-only and hands each row's fields to `row`. False with the reason.
     bool forEachMatching(const std::function<void(const QStringList&)>& row, QString* error) const;
     QStringList headers() const;
+
+    // The chart inputs of the filtered results. The runs are the newest `limit` ones (*truncated says
+    // whether there were more); the failures are counted by the database over all of them.
+    bool unitRunsForYield(int limit, QVector<HistoryStatistics::UnitRun>* runs, bool* truncated,
+                          QString* error) const;
+    bool failuresByActionType(QVector<HistoryStatistics::FailureCount>* failures, QString* error) const;
 
 signals:
     void errorEncountered(const QString& message);
