@@ -5,9 +5,9 @@
 #include "productionstore.h"
 
 #include <QDateTime>
-#include <QScopedValueRollback>
 #include <QSqlError>
 #include <QSqlQuery>
+#include <QThread>
 
 namespace {
 
@@ -32,18 +32,72 @@ enum Field
 
 } // namespace
 
-HistoryModel::HistoryModel(QObject* parent) : QAbstractTableModel(parent) {}
+// Reads pages on the model's reader thread, with a connection of its own.
+class HistoryPageReader : public QObject
+{
+public:
+    std::unique_ptr<ProductionStore> store;
 
-HistoryModel::~HistoryModel() = default;
+    void read(HistoryModel* model, quint64 generation, const HistoryFilter& filter, qint64 belowId)
+    {
+        QVector<HistoryModel::Row> page;
+        QString error;
+        const HistoryFilter::Condition condition =
+            belowId > 0 ? filter.condition({QStringLiteral("r.id < ?")}, {belowId}) : filter.condition();
+        QSqlQuery query(store->database());
+        query.setForwardOnly(true);
+        query.prepare(HistoryModel::selectSql(condition, store->isPostgres(), true));
+        for (const QVariant& value : condition.values)
+            query.addBindValue(value);
+        if (query.exec()) {
+            while (query.next())
+                page.append(HistoryModel::rowOf(query));
+        } else {
+            error =
+                HistoryModel::tr("The production history cannot be read: %1").arg(query.lastError().text());
+        }
+        // Delivered on the model's thread; dropped with the model if it is gone by then.
+        QMetaObject::invokeMethod(
+            model, [model, generation, page, error] { model->onPage(generation, page, error); },
+            Qt::QueuedConnection);
+    }
+};
+
+HistoryModel::HistoryModel(QObject* parent) : QAbstractTableModel(parent)
+{
+    readerThread = new QThread(this);
+    reader = new HistoryPageReader;
+    reader->moveToThread(readerThread);
+    connect(readerThread, &QThread::finished, reader, &QObject::deleteLater);
+    readerThread->start();
+}
+
+HistoryModel::~HistoryModel()
+{
+    readerThread->quit();
+    readerThread->wait();
+}
 
 bool HistoryModel::open(const StoreLocation& location, QString* error)
 {
     auto opened = std::make_unique<ProductionStore>();
     if (!opened->open(location, error))
         return false;
+    // The reader's own connection, made on its thread; the check above has brought the schema up to date.
+    QMetaObject::invokeMethod(
+        reader,
+        [this, location] {
+            QString ignored;
+            reader->store = std::make_unique<ProductionStore>();
+            if (!reader->store->open(location, &ignored))
+                reader->store.reset();
+        },
+        Qt::BlockingQueuedConnection);
     beginResetModel();
     productionStore = std::move(opened);
     rows.clear();
+    ++generation;
+    pending = false;
     more = true;
     endResetModel();
     return true;
@@ -59,36 +113,76 @@ void HistoryModel::setFilter(const HistoryFilter& filter)
     beginResetModel();
     current = filter;
     rows.clear();
+    ++generation;
+    pending = false;
     more = isOpen();
     endResetModel();
-    if (more)
-        fetchMore(QModelIndex());
+    requestPage();
+}
+
+void HistoryModel::requestPage()
+{
+    if (!more || pending || !isOpen())
+        return;
+    pending = true;
+    const quint64 asked = generation;
+    const HistoryFilter filter = current;
+    const qint64 belowId = rows.isEmpty() ? 0 : rows.constLast().id;
+    QMetaObject::invokeMethod(
+        reader,
+        [this, asked, filter, belowId] {
+            if (reader->store)
+                reader->read(this, asked, filter, belowId);
+            else
+                QMetaObject::invokeMethod(
+                    this, [this, asked] { onPage(asked, {}, tr("The production history cannot be read.")); },
+                    Qt::QueuedConnection);
+        },
+        Qt::QueuedConnection);
+}
+
+void HistoryModel::onPage(quint64 pageGeneration, const QVector<Row>& page, const QString& error)
+{
+    if (pageGeneration != generation)
+        return;
+    // Still pending while the rows go in: a view asking for more meanwhile must not ask for this page again.
+    if (!page.isEmpty()) {
+        beginInsertRows(QModelIndex(), rows.size(), rows.size() + page.size() - 1);
+        rows += page;
+        endInsertRows();
+    }
+    pending = false;
+    more = error.isEmpty() && page.size() == pageSize;
+    if (!error.isEmpty())
+        emit errorEncountered(error);
+    emit pageRead();
 }
 
 void HistoryModel::clear()
 {
     beginResetModel();
     rows.clear();
+    ++generation;
+    pending = false;
     more = false;
     endResetModel();
 }
 
-QString HistoryModel::selectSql(const HistoryFilter::Condition& condition, bool paged) const
+QString HistoryModel::selectSql(const HistoryFilter::Condition& condition, bool postgres, bool paged)
 {
     return QStringLiteral("SELECT r.id, COALESCE(r.started_ms, u.started_ms), COALESCE(r.utc_offset_s, "
                           "u.utc_offset_s), r.device_id, r.nickname, r.part, r.outcome, r.failed_action, "
                           "r.failed_type, r.exit_code, r.signal, s.name, r.elapsed_ms, %1, r.log_file "
                           "FROM device_results r JOIN runs u ON u.id = r.run_id LEFT JOIN stations s ON "
                           "s.id = u.station_id %2 ORDER BY r.id DESC%3")
-        .arg(HistoryCommand::poolValuesColumn(QStringLiteral("r"), productionStore->isPostgres()),
-             condition.sql, paged ? QStringLiteral(" LIMIT %1").arg(pageSize) : QString());
+        .arg(HistoryCommand::poolValuesColumn(QStringLiteral("r"), postgres), condition.sql,
+             paged ? QStringLiteral(" LIMIT %1").arg(pageSize) : QString());
 }
 
 HistoryModel::Row HistoryModel::rowOf(const QSqlQuery& query)
 {
     Row row;
     row.id = query.value(Id).toLongLong();
-    row.outcome = query.value(OutcomeField).toString();
     row.logFile = query.value(LogFileField).toString();
     const QVariant started = query.value(StartedMs);
     const QString start = started.isNull()
@@ -111,7 +205,7 @@ HistoryModel::Row HistoryModel::rowOf(const QSqlQuery& query)
                              query.value(DeviceIdField).toString(),
                              query.value(NicknameField).toString(),
                              query.value(PartField).toString(),
-                             row.outcome,
+                             query.value(OutcomeField).toString(),
                              failed,
                              ending,
                              query.value(StationField).toString(),
@@ -156,38 +250,13 @@ QVariant HistoryModel::headerData(int section, Qt::Orientation orientation, int 
 
 bool HistoryModel::canFetchMore(const QModelIndex& parent) const
 {
-    return !parent.isValid() && more;
+    return !parent.isValid() && more && !pending;
 }
 
 void HistoryModel::fetchMore(const QModelIndex& parent)
 {
-    // Views may ask again while the rows of this page go in.
-    if (parent.isValid() || !more || !isOpen() || fetching)
-        return;
-    const QScopedValueRollback<bool> busy(fetching, true);
-    // The next page starts below the last row shown: an index lookup however far down it is.
-    const HistoryFilter::Condition condition =
-        rows.isEmpty() ? current.condition()
-                       : current.condition({QStringLiteral("r.id < ?")}, {rows.constLast().id});
-    QSqlQuery query(productionStore->database());
-    query.setForwardOnly(true);
-    query.prepare(selectSql(condition, true));
-    for (const QVariant& value : condition.values)
-        query.addBindValue(value);
-    if (!query.exec()) {
-        more = false;
-        emit errorEncountered(tr("The production history cannot be read: %1").arg(query.lastError().text()));
-        return;
-    }
-    QVector<Row> page;
-    while (query.next())
-        page.append(rowOf(query));
-    more = page.size() == pageSize;
-    if (page.isEmpty())
-        return;
-    beginInsertRows(QModelIndex(), rows.size(), rows.size() + page.size() - 1);
-    rows += page;
-    endInsertRows();
+    if (!parent.isValid())
+        requestPage();
 }
 
 QString HistoryModel::deviceId(int row) const
@@ -209,7 +278,7 @@ bool HistoryModel::forEachMatching(const std::function<void(const QStringList&)>
     const HistoryFilter::Condition condition = current.condition();
     QSqlQuery query(productionStore->database());
     query.setForwardOnly(true);
-    query.prepare(selectSql(condition, false));
+    query.prepare(selectSql(condition, productionStore->isPostgres(), false));
     for (const QVariant& value : condition.values)
         query.addBindValue(value);
     if (!query.exec()) {

@@ -7,15 +7,18 @@
 #include <QVector>
 
 #include <functional>
-
 #include <memory>
 
+class HistoryPageReader;
 class ProductionStore;
+class QThread;
 class StoreLocation;
 
 // Device results of the production store, newest first, as the history window shows them. Rows are
 // fetched on demand a page at a time (keyed by the result's row id, which the primary key indexes),
-// and the filter is the database's work, so a store of a million results costs no more than a page.
+// and the filter is the database's work. Pages are read on a thread of their own: a filter the
+// database must scan a million rows for (a fragment of a device id) never holds the window; the
+// rows appear when the page is read, and pageRead() tells.
 class HistoryModel : public QAbstractTableModel
 {
     Q_OBJECT
@@ -45,6 +48,8 @@ public:
     // Opens the store on the calling thread; false with the reason in *error.
     bool open(const StoreLocation& location, QString* error);
     bool isOpen() const;
+    // Whether a page is being read.
+    bool isReading() const { return pending; }
     ProductionStore* store() const { return productionStore.get(); }
 
     // Shows the results the filter matches, from the first page.
@@ -57,6 +62,7 @@ public:
     int columnCount(const QModelIndex& parent = QModelIndex()) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+    // Whether more pages may follow; false while one is being read.
     bool canFetchMore(const QModelIndex& parent) const override;
     void fetchMore(const QModelIndex& parent) override;
 
@@ -76,22 +82,30 @@ public:
 
 signals:
     void errorEncountered(const QString& message);
+    // A page was read (its rows are in); also when it was empty.
+    void pageRead();
 
 private:
+    friend class HistoryPageReader;
     struct Row
     {
         qint64 id = 0;
         QStringList fields;
-        QString outcome;
         QString logFile;
     };
 
-    QString selectSql(const HistoryFilter::Condition& condition, bool paged) const;
+    static QString selectSql(const HistoryFilter::Condition& condition, bool postgres, bool paged);
     static Row rowOf(const class QSqlQuery& query);
+    void requestPage();
+    void onPage(quint64 generation, const QVector<Row>& page, const QString& error);
 
     std::unique_ptr<ProductionStore> productionStore;
+    QThread* readerThread = nullptr;
+    HistoryPageReader* reader = nullptr;
     HistoryFilter current;
     QVector<Row> rows;
+    // Pages of an older filter that arrive late are dropped.
+    quint64 generation = 0;
     bool more = false;
-    bool fetching = false;
+    bool pending = false;
 };

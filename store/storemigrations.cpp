@@ -74,6 +74,10 @@ QVector<StoreMigration> sortedMigrations()
                  "actor TEXT, what TEXT NOT NULL, old_value TEXT, new_value TEXT)"),
          }},
         {10, PoolStore::sqliteSchema(), PoolStore::postgresSchema()},
+        // The history finds a unit by its pool values and shows them with each result.
+        {11,
+         {QStringLiteral("CREATE INDEX pool_values_unit ON pool_values(run_id, device_id)")},
+         {QStringLiteral("CREATE INDEX pool_values_unit ON pool_values(run_id, device_id)")}},
         {20, LotStore::sqliteSchema(), LotStore::postgresSchema()},
     };
     std::sort(migrations.begin(), migrations.end(),

@@ -47,7 +47,12 @@ private slots:
         QString error;
         QVERIFY2(model.open(location, &error), qPrintable(error));
         QSignalSpy inserted(&model, &QAbstractItemModel::rowsInserted);
+        QSignalSpy read(&model, &HistoryModel::pageRead);
         model.setFilter(HistoryFilter());
+        // Read on the model's own thread: nothing is there until the page arrives.
+        QCOMPARE(model.rowCount(), 0);
+        QVERIFY(!model.canFetchMore(QModelIndex()));
+        QVERIFY(read.wait());
         // One page, newest first; the rest only when asked for.
         QCOMPARE(model.rowCount(), HistoryModel::pageSize);
         QCOMPARE(model.deviceId(0), QStringLiteral("810000999"));
@@ -56,9 +61,13 @@ private slots:
         QVERIFY(model.canFetchMore(QModelIndex()));
         // The tester fetches on its own as it checks: pages must follow one another without gaps or repeats.
         QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
-        while (model.canFetchMore(QModelIndex()))
-            model.fetchMore(QModelIndex());
-        QCOMPARE(model.rowCount(), results);
+        // As a view scrolling down would: the next page whenever one may follow.
+        const auto scrolled = [&model] {
+            if (model.canFetchMore(QModelIndex()))
+                model.fetchMore(QModelIndex());
+            return model.rowCount();
+        };
+        QTRY_COMPARE(scrolled(), results);
         QCOMPARE(inserted.count(), results / HistoryModel::pageSize);
         QCOMPARE(model.deviceId(results - 1), QStringLiteral("810000000"));
         QCOMPARE(model.deviceId(HistoryModel::pageSize), QStringLiteral("810000799"));
@@ -70,6 +79,7 @@ private slots:
         filter.deviceText = QStringLiteral("00001");
         filter.outcome = QStringLiteral("failed");
         model.setFilter(filter);
+        QVERIFY(read.wait());
         QStringList ids;
         for (int row = 0; row < model.rowCount(); ++row)
             ids << model.deviceId(row);
@@ -83,6 +93,13 @@ private slots:
         filter = HistoryFilter();
         filter.outcome = QStringLiteral("done");
         model.setFilter(filter);
+        // A filter changed before its page came: the old page is dropped, the new one shown.
+        HistoryFilter other;
+        other.outcome = QStringLiteral("failed");
+        model.setFilter(other);
+        model.setFilter(filter);
+        QTRY_COMPARE(model.rowCount(), HistoryModel::pageSize);
+        QCOMPARE(model.index(0, HistoryModel::Outcome).data().toString(), QStringLiteral("done"));
         int exported = 0;
         QVERIFY(model.forEachMatching(
             [&](const QStringList& fields) { exported += fields.size() == HistoryModel::ColumnCount; },

@@ -64,7 +64,7 @@ private slots:
         auto* results = window.findChild<QTableView*>("historyResults");
         auto* unit = window.findChild<QTableView*>("historyUnitRuns");
         QVERIFY(results && unit);
-        QCOMPARE(results->model()->rowCount(), 4);
+        QTRY_COMPARE(results->model()->rowCount(), 4);
 
         auto* device = window.findChild<QLineEdit*>();
         QTest::keyClicks(device, "0001");
