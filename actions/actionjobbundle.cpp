@@ -86,4 +86,6 @@ void BulkOperationsWidget::loadBatchJob(const QString& path)
 
     actionSelectorRestoreActionsFromSteps(steps);
     jobOrigin = {QFileInfo(path).absoluteFilePath(), fileSha256, JobHash::sha256(jobOnPage())};
+    // A good load replaces whatever went wrong before it (an earlier load, an earlier job's checks).
+    clearErrorMessage();
 }

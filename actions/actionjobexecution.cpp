@@ -35,14 +35,48 @@ constexpr int statusRefreshMs = 40;
 constexpr int totalsRefreshMs = 250;
 } // namespace
 
-void BulkOperationsWidget::onRunButtonPressed()
+QList<int> BulkOperationsWidget::checkedDeviceRows() const
 {
     QList<int> rows;
     for (int row = 0; row < deviceSelectorModel->rowCount(); ++row)
         if (deviceSelectorModel->index(row, DeviceSelectColumn).data(Qt::CheckStateRole).toInt() ==
             Qt::Checked)
             rows << row;
-    runJob(rows);
+    return rows;
+}
+
+void BulkOperationsWidget::onRunButtonPressed()
+{
+    runJob(checkedDeviceRows());
+}
+
+QStringList BulkOperationsWidget::problemsBeforeRun(const QList<JobCheckAction>& actions,
+                                                    const JobRunRequest& request) const
+{
+    // Only devices that can be run are checked.
+    const JobContext context{request.debugInterface, request.debugSpeed};
+    QList<JobDevice> runnable;
+    for (const JobDevice& device : request.devices)
+        if (!JobExecution::deviceSpecificArguments(device, {}, context).first.isEmpty())
+            runnable << device;
+    return JobChecks::problems(actions, runnable, context);
+}
+
+void BulkOperationsWidget::recheckProblemsShown()
+{
+    if (!problemsShown)
+        return;
+    const QList<JobCheckAction> actions = actionSelectorRows();
+    JobRunRequest request = jobOnPage(actions);
+    request.devices = deviceSelectorJobDevices(checkedDeviceRows());
+    const QStringList problems = problemsBeforeRun(actions, request);
+    // Fixed: the line goes; partly fixed: it names what is left.
+    if (problems.isEmpty()) {
+        clearErrorMessage();
+    } else {
+        emit errorEncountered(problems.join(QLatin1Char('\n')));
+        problemsShown = true;
+    }
 }
 
 void BulkOperationsWidget::deviceSelectorRunJobOnHighlightedDevices()
@@ -65,15 +99,11 @@ void BulkOperationsWidget::runJob(const QList<int>& rows)
     JobRunRequest request = jobOnPage(actions);
     request.devices = deviceSelectorJobDevices(rows);
     // What can be known before anything starts is said once, here, not after minutes of flashing on
-    // every board. Only devices that can be run are checked.
-    const JobContext context{request.debugInterface, request.debugSpeed};
-    QList<JobDevice> runnable;
-    for (const JobDevice& device : qAsConst(request.devices))
-        if (!JobExecution::deviceSpecificArguments(device, {}, context).first.isEmpty())
-            runnable << device;
-    const QString problem = JobChecks::firstProblem(actions, runnable, context);
-    if (!problem.isEmpty()) {
-        emit errorEncountered(problem);
+    // every board: every problem at once, and the line goes when they are fixed.
+    const QStringList problems = problemsBeforeRun(actions, request);
+    if (!problems.isEmpty()) {
+        emit errorEncountered(problems.join(QLatin1Char('\n')));
+        problemsShown = true;
         return;
     }
     // What goes onto the boards must be what was chosen: a file changed on disk since is named,

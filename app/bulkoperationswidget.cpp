@@ -19,6 +19,8 @@
 #include <QPushButton>
 #include <QSplitter>
 #include <QStackedWidget>
+#include <QStandardItemModel>
+#include <QTimer>
 
 namespace {
 constexpr int executableCheckTimeoutMs = 5000;
@@ -49,6 +51,23 @@ BulkOperationsWidget::BulkOperationsWidget(QWidget* parent) : QWidget(parent)
     errorLabel->setWordWrap(true);
     errorLabel->hide();
     connect(this, &BulkOperationsWidget::errorEncountered, this, &BulkOperationsWidget::onErrorEncountered);
+    // Problems found before Run stay on the line only while they are there: an edit of the actions
+    // or the devices checks again, once per turn of the event loop however many cells changed.
+    recheckTimer = new QTimer(this);
+    recheckTimer->setSingleShot(true);
+    recheckTimer->setInterval(0);
+    connect(recheckTimer, &QTimer::timeout, this, &BulkOperationsWidget::recheckProblemsShown);
+    for (QAbstractItemModel* model : {static_cast<QAbstractItemModel*>(actionModel),
+                                      static_cast<QAbstractItemModel*>(deviceSelectorModel)}) {
+        const auto edited = [this] {
+            if (problemsShown)
+                recheckTimer->start();
+        };
+        connect(model, &QAbstractItemModel::rowsInserted, this, edited);
+        connect(model, &QAbstractItemModel::rowsRemoved, this, edited);
+        connect(model, &QAbstractItemModel::dataChanged, this, edited);
+        connect(model, &QAbstractItemModel::modelReset, this, edited);
+    }
 
     progressBar = new QProgressBar(this);
     progressBar->setObjectName(QStringLiteral("progressBar"));
@@ -145,12 +164,15 @@ void BulkOperationsWidget::onErrorEncountered(const QString& message)
 {
     errorLabel->setText(tr("ERROR: %1").arg(message));
     errorLabel->show();
+    // Whoever reports next owns the line; the checks say so right after their own report.
+    problemsShown = false;
 }
 
 void BulkOperationsWidget::clearErrorMessage()
 {
     errorLabel->clear();
     errorLabel->hide();
+    problemsShown = false;
 }
 
 bool BulkOperationsWidget::loggingIsEnabled() const

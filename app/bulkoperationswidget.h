@@ -178,6 +178,11 @@ public:
     void actionSelectorRestoreActionsFromSteps(const QList<QMap<QString, QVariant>>& steps);
 
     void runJob(const QList<int>& rows);
+    QList<int> checkedDeviceRows() const;
+    // What the checks before Run find in the job on the page.
+    QStringList problemsBeforeRun(const QList<JobCheckAction>& actions, const JobRunRequest& request) const;
+    // The checks again after an edit, while their problems are on the error line.
+    void recheckProblemsShown();
     // One (device key, own arguments) pair per row that can run; rows missing
     // the value their connection needs are left out.
     QList<QPair<QString, QStringList>> getDeviceSpecificArguments(const QList<int>& rows,
@@ -351,6 +356,9 @@ private:
     QSplitter* pageSplitter = nullptr;
 
     bool corvaneExecutableValid = false;
+    // The error line shows the checks' problems: edits that may fix them check again.
+    bool problemsShown = false;
+    QTimer* recheckTimer = nullptr;
 
     // Top-level and parentless: it outlives the page until the program ends.
     VariableExplorerWidget* variableExplorer = nullptr;

@@ -261,12 +261,12 @@ int CommandLineRun::exec(const QStringList& arguments)
     QList<JobCheckAction> actions;
     for (const auto& step : qAsConst(request.steps))
         actions.append({true, step.value(QStringLiteral("enabled")).toBool(), step});
-    const QString problem =
-        JobChecks::firstProblem(actions, request.devices, {request.debugInterface, request.debugSpeed});
-    if (!problem.isEmpty()) {
+    const QStringList problems =
+        JobChecks::problems(actions, request.devices, {request.debugInterface, request.debugSpeed});
+    for (const QString& problem : problems)
         err << tr("harnwick: %1").arg(problem) << Qt::endl;
+    if (!problems.isEmpty())
         return CannotRun;
-    }
 
     runner = new CorvaneProcessRunner(this);
     if (concurrency > 0)

@@ -215,24 +215,29 @@ bool readableFile(const QString& path)
     return file.open(QIODevice::ReadOnly);
 }
 
+QStringList problems(const QList<JobCheckAction>& actions, const QList<JobDevice>& devices,
+                     const JobContext& context, const FileProbe& probe)
+{
+    QStringList found;
+    const auto add = [&found](const QString& problem) {
+        if (!problem.isEmpty())
+            found << problem;
+    };
+    add(untypedActionProblem(actions));
+    if (std::none_of(actions.cbegin(), actions.cend(), runs))
+        found << QCoreApplication::translate(
+            "JobChecks", "There is no enabled action to run: add an action or enable one.");
+    const QMap<QString, QString> builtIns = JobExecution::builtInVariableDescriptions();
+    add(emptyVariableProblem(actions, devices, context, builtIns));
+    add(unreadableFileProblem(actions, devices, context, builtIns, probe ? probe : FileProbe(readableFile)));
+    add(duplicateDeviceProblem(devices));
+    return found;
+}
+
 QString firstProblem(const QList<JobCheckAction>& actions, const QList<JobDevice>& devices,
                      const JobContext& context, const FileProbe& probe)
 {
-    QString problem = untypedActionProblem(actions);
-    if (!problem.isEmpty())
-        return problem;
-    if (std::none_of(actions.cbegin(), actions.cend(), runs))
-        return QCoreApplication::translate("JobChecks",
-                                           "There is no enabled action to run: add an action or enable one.");
-    const QMap<QString, QString> builtIns = JobExecution::builtInVariableDescriptions();
-    problem = emptyVariableProblem(actions, devices, context, builtIns);
-    if (!problem.isEmpty())
-        return problem;
-    problem =
-        unreadableFileProblem(actions, devices, context, builtIns, probe ? probe : FileProbe(readableFile));
-    if (!problem.isEmpty())
-        return problem;
-    return duplicateDeviceProblem(devices);
+    return problems(actions, devices, context, probe).value(0);
 }
 
 } // namespace JobChecks

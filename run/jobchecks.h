@@ -45,4 +45,9 @@ bool readableFile(const QString& path);
 QString firstProblem(const QList<JobCheckAction>& actions, const QList<JobDevice>& devices,
                      const JobContext& context, const FileProbe& probe = readableFile);
 
+// Every problem of those kinds at once, in the same order, one sentence each: a job with three
+// mistakes is fixed after one Run press, not three.
+QStringList problems(const QList<JobCheckAction>& actions, const QList<JobDevice>& devices,
+                     const JobContext& context, const FileProbe& probe = readableFile);
+
 } // namespace JobChecks

@@ -6,6 +6,7 @@
 
 #include <QAbstractButton>
 #include <QCheckBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QRadioButton>
 #include <QTest>
@@ -18,6 +19,37 @@ class TestJobGeneration : public QObject
     Q_OBJECT
 
 private slots:
+
+    // Every problem the checks find is named at Run, and the line follows the job as it is fixed.
+    void problemsLineFollowsTheJob()
+    {
+        BulkOperationsWidget page;
+        page.addDeviceToTable(QStringLiteral("801002345"), QString(), QStringLiteral("KM32G101F512"),
+                              QString(), true, false, true, true);
+        page.actionSelectorRemoveAllActions();
+        const int untyped = page.actionSelectorAddAction();
+        addTyped(page, BulkAction::LogDeviceInfo, false);
+        auto* line = page.findChild<QLabel*>(QStringLiteral("errorLabel"));
+        page.clearErrorMessage();
+
+        page.onRunButtonPressed();
+        QCOMPARE(line->text(),
+                 QStringLiteral("ERROR: Action 1 has no type: choose one or remove it.\n"
+                                "There is no enabled action to run: add an action or enable one."));
+        select(page, {ids(page).indexOf(untyped)});
+        page.actionSelectorRemoveHighlightedActions();
+        QTRY_COMPARE(
+            line->text(),
+            QStringLiteral("ERROR: There is no enabled action to run: add an action or enable one."));
+        model(page)->item(0, 0)->setCheckState(Qt::Checked);
+        QTRY_VERIFY(line->isHidden());
+
+        // Another error is not the checks': edits leave it alone.
+        emit page.errorEncountered(QStringLiteral("Discovery failed."));
+        page.actionSelectorAddAction();
+        QTest::qWait(20);
+        QCOMPARE(line->text(), QStringLiteral("ERROR: Discovery failed."));
+    }
 
     void restoringSteps()
     {

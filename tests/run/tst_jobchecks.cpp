@@ -191,6 +191,24 @@ private slots:
         QCOMPARE(JobChecks::firstProblem(actions, devices, context, probe), problem);
     }
 
+    // Every kind of mistake is named at once, in the order of the checks.
+    void everyProblemAtOnce()
+    {
+        const JobContext context{QString(), 4000};
+        const QStringList problems =
+            JobChecks::problems({command({"-n", "{{nickname}}"}), untyped(), flash("/absent.hex")},
+                                {usb("801002345", "KM32G101F512", ""), usb("801002345")}, context,
+                                [](const QString&) { return false; });
+        QCOMPARE(problems.size(), 4);
+        QCOMPARE(problems.first(), QStringLiteral("Action 2 has no type: choose one or remove it."));
+        QVERIFY2(problems.at(1).contains(QLatin1String("{{nickname}}")), qPrintable(problems.at(1)));
+        QCOMPARE(problems.at(2),
+                 QStringLiteral("Action 3: the file \"/absent.hex\" does not exist or cannot be read."));
+        QCOMPARE(problems.last(),
+                 QStringLiteral("Device 801002345 is listed twice: remove one of the rows."));
+        QVERIFY(JobChecks::problems({logInfo()}, {usb("801002345")}, context).isEmpty());
+    }
+
     void realFiles()
     {
         QTemporaryDir dir;
