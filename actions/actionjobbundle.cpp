@@ -86,6 +86,9 @@ void BulkOperationsWidget::loadBatchJob(const QString& path)
 
     actionSelectorRestoreActionsFromSteps(steps);
     jobOrigin = {QFileInfo(path).absoluteFilePath(), fileSha256, JobHash::sha256(jobOnPage())};
-    // A good load replaces whatever went wrong before it (an earlier load, an earlier job's checks).
+    // A good load replaces whatever went wrong before it (an earlier load, an earlier job's checks),
+    // but not an executable that still does not answer.
     clearErrorMessage();
+    if (!corvaneExecutableValid)
+        reportInvalidExecutable();
 }

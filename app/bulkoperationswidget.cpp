@@ -126,9 +126,7 @@ BulkOperationsWidget::BulkOperationsWidget(QWidget* parent) : QWidget(parent)
 
     corvaneExecutableValid = validateCorvaneExecutable(QString());
     if (!corvaneExecutableValid)
-        emit errorEncountered(
-            tr("The provided Lumenar Corvane path is not valid. Please provide a valid path "
-               "in the settings."));
+        reportInvalidExecutable();
 
     if (corvaneExecutableValid)
         deviceSelectorOpnCompleterFetchSuggestions();
@@ -155,9 +153,13 @@ void BulkOperationsWidget::newCorvaneExecutablePathSet(const QString& newPath)
     clearErrorMessage();
     corvaneExecutableValid = validateCorvaneExecutable(newPath);
     if (!corvaneExecutableValid)
-        emit errorEncountered(
-            tr("The provided Lumenar Corvane path is not valid. Please provide a valid path "
-               "in the settings."));
+        reportInvalidExecutable();
+}
+
+void BulkOperationsWidget::reportInvalidExecutable()
+{
+    emit errorEncountered(
+        tr("The provided Lumenar Corvane path is not valid. Please provide a valid path in the settings."));
 }
 
 void BulkOperationsWidget::onErrorEncountered(const QString& message)

@@ -179,6 +179,8 @@ public:
 
     void runJob(const QList<int>& rows);
     QList<int> checkedDeviceRows() const;
+    // The error line's word on an executable that does not answer; it stays until the path is fixed.
+    void reportInvalidExecutable();
     // What the checks before Run find in the job on the page.
     QStringList problemsBeforeRun(const QList<JobCheckAction>& actions, const JobRunRequest& request) const;
     // The checks again after an edit, while their problems are on the error line.
