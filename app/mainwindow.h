@@ -5,6 +5,7 @@
 class BulkOperationsWidget;
 class QCloseEvent;
 class QSplitter;
+class StationMode;
 
 // The one top-level window: a thin shell around the bulk operations page
 // that adds the menus, the small settings dialogs and the last session.
@@ -16,6 +17,7 @@ public:
     explicit MainWindow(QWidget* parent = nullptr);
 
     BulkOperationsWidget* page() const { return bulkOperationsWidget; }
+    StationMode* station() const { return stationMode; }
 
     // Where the job on screen is kept between runs of the program.
     static QString lastSessionDirectory();
@@ -61,5 +63,6 @@ private:
     void restoreLayout();
 
     BulkOperationsWidget* bulkOperationsWidget = nullptr;
+    StationMode* stationMode = nullptr;
     bool finishingInBackground = false;
 };
