@@ -74,6 +74,7 @@ StationView::StationView(StationSession* session, const QString& jobName, const 
     auto* tiles = new QWidget;
     m_grid = new QGridLayout(tiles);
     m_grid->setSpacing(12);
+    m_grid->setAlignment(Qt::AlignTop | Qt::AlignLeft);
     auto* scroll = new QScrollArea(this);
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
