@@ -12,6 +12,7 @@
 #include "testenvironment.h"
 #include "testregistry.h"
 
+#include <QAbstractScrollArea>
 #include <QApplication>
 #include <QDateTime>
 #include <QDialog>
@@ -190,6 +191,18 @@ private slots:
         // Locked, the way out needs the password; five wrong tries make it wait, right or wrong.
         mode.lockNow();
         QVERIFY(!view->findChild<QPushButton*>(QStringLiteral("stationLeave"))->isEnabled());
+        // Locked, what can still be pressed only starts, stops, re-arms or asks for the password.
+        const QStringList operatorButtons{"stationStart", "stationStop", "stationLock", "stationTileRearm"};
+        for (QWidget* child : window.findChildren<QWidget*>()) {
+            if (!child->isEnabled() || !child->isVisibleTo(&window) || child->focusPolicy() == Qt::NoFocus)
+                continue;
+            if (qobject_cast<QAbstractScrollArea*>(child) || qobject_cast<QLabel*>(child))
+                continue;
+            QVERIFY2(operatorButtons.contains(child->objectName()), qPrintable(child->objectName()));
+        }
+        for (QAction* action : window.menuBar()->actions())
+            for (QAction* entry : action->menu()->actions())
+                QVERIFY(!entry->isEnabled());
         const QString said =
             typeInUnlockDialog(view, {"one", "two", "three", "four", "five", "Bench-7-Lock"});
         QVERIFY2(said.contains("Wait") && said.contains("seconds"), qPrintable(said));
