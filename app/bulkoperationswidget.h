@@ -234,6 +234,7 @@ public:
     // The job on the page as a bundle holds it: steps, variables, every row, debug options.
     JobRunRequest jobOnPage();
     JobRunRequest jobOnPage(const QList<JobCheckAction>& actions);
+    JobFileOrigin jobFileOrigin() const { return jobOrigin; }
 
 private:
     void setupDeviceSelectorBox();

@@ -9,6 +9,7 @@
 #include "outputviewerdialog.h"
 #include "productiondatabasedialog.h"
 #include "settingsutil.h"
+#include "stationmode.h"
 
 #include <QCloseEvent>
 #include <QDesktopServices>
@@ -19,6 +20,7 @@
 #include <QGuiApplication>
 #include <QInputDialog>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QScreen>
 #include <QSplitter>
 #include <QStandardPaths>
@@ -167,6 +169,17 @@ void MainWindow::setupMenuBar()
     connect(database, SIGNAL(triggered()), this, SLOT(editProductionDatabase()));
     QAction* dataPools = settingsMenu->addAction(tr("&Data Pools..."));
     connect(dataPools, SIGNAL(triggered()), this, SLOT(openDataPools()));
+
+    // Station mode: the operator's view of the job on the page, behind the station password.
+    QMenu* viewMenu = menuBar()->addMenu(tr("&View"));
+    QAction* stationAction = viewMenu->addAction(tr("&Station Mode"));
+    stationAction->setObjectName(QStringLiteral("stationModeAction"));
+    stationMode = new StationMode(this);
+    connect(stationAction, &QAction::triggered, this, [this] {
+        stationMode->enter(bulkOperationsWidget->jobOnPage(), bulkOperationsWidget->jobFileOrigin());
+    });
+    connect(stationMode, &StationMode::errorEncountered, this,
+            [this](const QString& message) { QMessageBox::warning(this, tr("Station Mode"), message); });
 
     QMenu* helpMenu = menuBar()->addMenu(tr("&Help"));
     QAction* aboutAction = helpMenu->addAction(tr("&About Harnwick"));

@@ -6,6 +6,7 @@ class BulkOperationsWidget;
 class HistoryWindow;
 class QCloseEvent;
 class QSplitter;
+class StationMode;
 
 // The one top-level window: a thin shell around the bulk operations page
 // that adds the menus, the small settings dialogs and the last session.
@@ -17,6 +18,7 @@ public:
     explicit MainWindow(QWidget* parent = nullptr);
 
     BulkOperationsWidget* page() const { return bulkOperationsWidget; }
+    StationMode* station() const { return stationMode; }
 
     // Where the job on screen is kept between runs of the program.
     static QString lastSessionDirectory();
@@ -64,5 +66,6 @@ private:
 
     BulkOperationsWidget* bulkOperationsWidget = nullptr;
     HistoryWindow* historyWindow = nullptr;
+    StationMode* stationMode = nullptr;
     bool finishingInBackground = false;
 };

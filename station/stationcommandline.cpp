@@ -5,13 +5,10 @@
 #include "corvaneprocessrunner.h"
 #include "jobchecks.h"
 #include "jobexecution.h"
-#include "jobhash.h"
-#include "lotstore.h"
-#include "poolstoreconnection.h"
-#include "productionstore.h"
 #include "settingsutil.h"
 #include "stationallowlist.h"
 #include "stationengine.h"
+#include "stationsession.h"
 #include "storesettings.h"
 
 #include <QCommandLineParser>
@@ -157,32 +154,17 @@ int StationCommandLine::exec(const QStringList& arguments)
                                        : StoreSettings::location(&storeError);
     if (!location.isValid())
         return usageError(storeError);
-    store = std::make_unique<ProductionStore>();
-    if (!store->open(location, &storeError))
-        return usageError(storeError);
-    lots = std::make_unique<LotStore>(store->database(), store->isPostgres(), store->stationId());
-    lotId = lots->openLot(lot, quantity, QFileInfo(bundlePath).absoluteFilePath(), JobHash::sha256(job),
-                          &storeError);
-    if (lotId == 0)
-        return usageError(storeError);
-    const QList<LotStore::Interrupted> interrupted =
-        lots->settleInterrupted(&PoolStoreConnection::processAlive, &storeError);
-    if (!storeError.isEmpty())
-        return usageError(storeError);
-    readCounts();
-
     job.logging = Settings::loggingEnabled();
     job.logDirectory = Settings::logFileDirectory();
     job.timeoutSeconds = Settings::processTimeoutSeconds();
-
-    engine = new StationEngine(this);
-    engine->setOptions(options);
-    engine->setJob(job);
-    engine->setStartBudget(qMax(0, quantity - passed));
-    connect(engine, &StationEngine::unitStarted, this, &StationCommandLine::onUnitStarted);
-    connect(engine, &StationEngine::unitFinished, this, &StationCommandLine::onUnitFinished);
+    session = new StationSession(this);
+    if (!session->openStore(location, &storeError) ||
+        !session->openLot(lot, quantity, QFileInfo(bundlePath).absoluteFilePath(), job, options, &storeError))
+        return usageError(storeError);
+    engine = session->engine();
+    connect(session, &StationSession::unitEnded, this, &StationCommandLine::onUnitFinished);
     connect(engine, &StationEngine::idle, this, &StationCommandLine::finishIfDone);
-    connect(engine, &StationEngine::errorEncountered, this, [this](const QString& message) {
+    connect(session, &StationSession::errorEncountered, this, [this](const QString& message) {
         // A poll that keeps failing says so once, not every poll.
         if (message != lastError)
             err << tr("harnwick: %1").arg(message) << Qt::endl;
@@ -196,17 +178,16 @@ int StationCommandLine::exec(const QStringList& arguments)
                     options.trigger == StationOptions::Trigger::Target ? tr("target") : tr("adapter"))
         << Qt::endl;
     // Units a crash cut short wait for the operator: their boards may be half programmed.
-    for (const LotStore::Interrupted& unit : interrupted) {
-        engine->markInterrupted(unit.slot, QString(), tr("cut short when the program ended"));
+    for (const LotStore::Interrupted& unit : session->interrupted()) {
         out << QStringList{tr("INTERRUPTED"), unit.slot, unit.deviceId,
                            tr("cut short when the program ended; take the board out to try it again")}
                    .join(QStringLiteral("  "))
             << Qt::endl;
     }
-    if (passed >= quantity) {
+    if (session->lotComplete()) {
         out << tr("Lot \"%1\" is complete: %2 of %3 passed. No more units start.")
                    .arg(lot)
-                   .arg(passed)
+                   .arg(session->counts().passed)
                    .arg(quantity)
             << Qt::endl;
         printCounts();
@@ -229,47 +210,8 @@ QString StationCommandLine::slotName(const QString& slotId) const
     return slot && !slot->device.nickname.isEmpty() ? slot->device.nickname : slotId;
 }
 
-void StationCommandLine::readCounts()
-{
-    LotCounts counts;
-    QString error;
-    if (!lots->counts(lotId, &counts, &error)) {
-        err << tr("harnwick: %1").arg(error) << Qt::endl;
-        return;
-    }
-    passed = counts.passed;
-    failed = counts.failed;
-    firstPass = counts.firstPass;
-    units = counts.units;
-}
-
-void StationCommandLine::onUnitStarted(const QString& slotId)
-{
-    const StationSlot* slot = engine->slot(slotId);
-    QString error;
-    const qint64 row = lots->unitStarted(lotId, slotId, slot ? slot->id : slotId,
-                                         QCoreApplication::applicationPid(), &error);
-    if (row == 0)
-        err << tr("harnwick: %1").arg(error) << Qt::endl;
-    unitRows.insert(slotId, row);
-}
-
 void StationCommandLine::onUnitFinished(const StationUnit& unit)
 {
-    QString error;
-    const qint64 row = unitRows.take(unit.slotId);
-    if (row != 0 && lots->unitEnded(row, unit.outcome, &error))
-        readCounts();
-    else {
-        // The store did not take it: count it here so the station still stops at its quantity.
-        if (!error.isEmpty())
-            err << tr("harnwick: %1").arg(error) << Qt::endl;
-        ++units;
-        if (unit.passed)
-            ++passed;
-        else
-            ++failed;
-    }
     // Only the second interrupt cuts units short; a unit that failed on its own is the lot's business.
     if (!unit.passed && interrupts > 1)
         cutShort = true;
@@ -281,13 +223,11 @@ void StationCommandLine::onUnitFinished(const StationUnit& unit)
         fields << unit.reason;
     out << fields.join(QStringLiteral("  ")) << Qt::endl;
 
-    engine->setStartBudget(qMax(0, quantity - passed));
-    if (passed >= quantity && !lotComplete) {
+    if (session->lotComplete() && !lotComplete) {
         lotComplete = true;
-        engine->holdStarts(true);
         out << tr("Lot \"%1\" is complete: %2 of %3 passed. No more units start.")
                    .arg(lot)
-                   .arg(passed)
+                   .arg(session->counts().passed)
                    .arg(quantity)
             << Qt::endl;
     }
@@ -305,17 +245,18 @@ void StationCommandLine::finishIfDone()
 void StationCommandLine::printCounts()
 {
     // Failed counts boards whose every try failed; a board re-seated after a failure is tried again.
-    const int boards = passed + failed;
+    const LotCounts& counts = session->counts();
+    const int boards = counts.passed + counts.failed;
     QString line = tr("Lot \"%1\": %2 of %3 passed, %4 failed, %5 units")
                        .arg(lot)
-                       .arg(passed)
+                       .arg(counts.passed)
                        .arg(quantity)
-                       .arg(failed)
-                       .arg(units);
+                       .arg(counts.failed)
+                       .arg(counts.units);
     if (boards > 0)
         line += tr(", first-pass yield %1%, final yield %2%")
-                    .arg(100.0 * firstPass / boards, 0, 'f', 1)
-                    .arg(100.0 * passed / boards, 0, 'f', 1);
+                    .arg(counts.firstPassYield(), 0, 'f', 1)
+                    .arg(counts.finalYield(), 0, 'f', 1);
     out << line << Qt::endl;
 }
 

@@ -2,17 +2,13 @@
 
 #include "stationunit.h"
 
-#include <QHash>
 #include <QObject>
 #include <QStringList>
 
-#include <memory>
-
-class LotStore;
-class ProductionStore;
 class QEventLoop;
 class QTextStream;
 class StationEngine;
+class StationSession;
 
 // "harnwick --station BUNDLE.hwj --lot NAME --quantity N ...": the hands-free station without a
 // display. One line per unit as it ends and a count line at the end; it stops when the lot's
@@ -44,10 +40,7 @@ public slots:
 
 private:
     int usageError(const QString& message);
-    void onUnitStarted(const QString& slotId);
     void onUnitFinished(const StationUnit& unit);
-    // The lot's counters as the store has them.
-    void readCounts();
     void finishIfDone();
     QString slotName(const QString& slotId) const;
     void printCounts();
@@ -56,18 +49,10 @@ private:
     QTextStream& err;
     StationEngine* engine = nullptr;
     QEventLoop* loop = nullptr;
-    std::unique_ptr<ProductionStore> store;
-    std::unique_ptr<LotStore> lots;
-    qint64 lotId = 0;
-    // The store's row of each running unit, by slot.
-    QHash<QString, qint64> unitRows;
+    StationSession* session = nullptr;
     QString lot;
     QString lastError;
     int quantity = 0;
-    int passed = 0;
-    int failed = 0;
-    int units = 0;
-    int firstPass = 0;
     int interrupts = 0;
     bool cutShort = false;
     bool lotComplete = false;
