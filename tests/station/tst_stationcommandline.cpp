@@ -111,8 +111,8 @@ private slots:
     // and re-seated; the lot stops at its quantity before the last boards come.
     void runsTheLotToItsQuantity()
     {
-        if (TestEnvironment::emulated())
-            QSKIP("The boards come and go on the wall clock, which an emulator's slow starts outrun");
+        if (TestEnvironment::slowProcesses())
+            QSKIP("The boards come and go on the wall clock, which slow process starts outrun");
         const auto process =
             start("adapters:\n"
                   "  - {serial: 801040021, nickname: line-1, attached: [[300, null]]}\n"

@@ -25,9 +25,9 @@ QString programPath(const QString& built)
     return override.isEmpty() ? built : override;
 }
 
-bool emulated()
+bool slowProcesses()
 {
-    return qEnvironmentVariableIntValue("HARNWICK_TEST_EMULATED") == 1;
+    return qEnvironmentVariableIntValue("HARNWICK_TEST_SLOW") == 1;
 }
 
 QString writeScript(const QString& directory, const QString& name, const QString& body)

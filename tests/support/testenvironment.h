@@ -39,10 +39,10 @@ QString simulatorPath();
 // with a ForkedProcess: there a QProcess's start can fail and signal unrelated processes.
 QString programPath(const QString& built);
 
-// Whether the tests run under an emulator (the cross test run sets HARNWICK_TEST_EMULATED):
-// there process starts take many times longer, so checks of how things line up on the wall
-// clock cannot hold.
-bool emulated();
+// Whether processes start and run many times slower than natively: under an emulator (the cross
+// test run) or with the sanitizers (HARNWICK_TEST_SLOW=1 from both). Checks of how things line up
+// with a timeline on the wall clock cannot hold there; the native pass makes them.
+bool slowProcesses();
 
 // Removes every setting of the program, so a test starts from first-run state.
 void clearSettings();
