@@ -3,6 +3,7 @@
 #include "jobexecution.h"
 #include "jobrunengine.h"
 #include "poolstoreconnection.h"
+#include "runreport.h"
 
 #include <QTimer>
 #include <QUuid>
@@ -14,22 +15,10 @@ constexpr int FlushDelayMs = 200;
 
 QString outcomeOf(const JobDeviceRun& device)
 {
-    switch (device.state) {
-    case JobDeviceState::Done:
-        return QStringLiteral("done");
-    case JobDeviceState::Failed:
-        return device.timedOut ? QStringLiteral("timed out") : QStringLiteral("failed");
-    case JobDeviceState::Crashed:
-        return QStringLiteral("crashed");
-    case JobDeviceState::Aborted:
-        // Aborted before its process ran: the value never reached the board.
-        return device.startedAt.isValid() ? QStringLiteral("aborted") : QStringLiteral("not started");
-    case JobDeviceState::Waiting:
-    case JobDeviceState::Running:
-    case JobDeviceState::NotStarted:
-        break;
-    }
-    return QStringLiteral("not started");
+    // Aborted before its process ran: the value never reached the board.
+    if (device.state == JobDeviceState::Aborted && !device.startedAt.isValid())
+        return QStringLiteral("not started");
+    return RunReport::outcomeWord(device);
 }
 
 } // namespace

@@ -12,27 +12,6 @@
 
 namespace {
 
-QString outcomeWord(const JobDeviceRun& run)
-{
-    if (run.timedOut && (run.state == JobDeviceState::Failed || run.state == JobDeviceState::Crashed))
-        return QStringLiteral("timed out");
-    switch (run.state) {
-    case JobDeviceState::Done:
-        return QStringLiteral("done");
-    case JobDeviceState::Failed:
-        return QStringLiteral("failed");
-    case JobDeviceState::Crashed:
-        return QStringLiteral("crashed");
-    case JobDeviceState::Aborted:
-        return QStringLiteral("aborted");
-    case JobDeviceState::NotStarted:
-    case JobDeviceState::Waiting:
-    case JobDeviceState::Running:
-        break;
-    }
-    return QStringLiteral("not started");
-}
-
 QString connectionWord(int type)
 {
     return type == BatchUtil::Usb  ? QStringLiteral("USB")
@@ -202,6 +181,27 @@ void RunReport::addDevice(const JobDeviceRun& run, const QList<QMap<QString, QVa
                            // A device that never started wrote nothing: the file there is an older run's.
                            run.startedAt.isValid() ? run.logFile : QString()} +
                poolFields));
+}
+
+QString RunReport::outcomeWord(const JobDeviceRun& run)
+{
+    if (run.timedOut && (run.state == JobDeviceState::Failed || run.state == JobDeviceState::Crashed))
+        return QStringLiteral("timed out");
+    switch (run.state) {
+    case JobDeviceState::Done:
+        return QStringLiteral("done");
+    case JobDeviceState::Failed:
+        return QStringLiteral("failed");
+    case JobDeviceState::Crashed:
+        return QStringLiteral("crashed");
+    case JobDeviceState::Aborted:
+        return QStringLiteral("aborted");
+    case JobDeviceState::NotStarted:
+    case JobDeviceState::Waiting:
+    case JobDeviceState::Running:
+        break;
+    }
+    return QStringLiteral("not started");
 }
 
 QStringList RunReport::paths() const

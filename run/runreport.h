@@ -50,6 +50,9 @@ public:
     // One CSV field: quoted as RFC 4180 asks, and a text a spreadsheet would take for a
     // formula (starting with =, +, -, @, tab or carriage return) kept as text.
     static QString field(const QString& text);
+    // How a device's run ended, as the report, the store and the station name it: "done", "failed",
+    // "crashed", "timed out", "aborted" or "not started".
+    static QString outcomeWord(const JobDeviceRun& run);
     static QString line(const QStringList& fields);
     // "1 log_device_info; 2 wait (disabled); 3 flash_target_device app.hex".
     static QString stepsInShort(const QList<QMap<QString, QVariant>>& steps);

@@ -2,6 +2,7 @@
 
 #include "corvaneprocessrunner.h"
 #include "corvanereplies.h"
+#include "runreport.h"
 
 #include <QTimer>
 
@@ -11,22 +12,6 @@ const QString listTaskId = QStringLiteral("__list__");
 const QString infoTaskPrefix = QStringLiteral("info:");
 // A poll that hangs must not stop the bench for long; the next cycle asks again.
 constexpr int pollTimeoutMs = 15000;
-
-QString outcomeOf(const JobDeviceRun& run)
-{
-    switch (run.state) {
-    case JobDeviceState::Done:
-        return QStringLiteral("done");
-    case JobDeviceState::Failed:
-        return QStringLiteral("failed");
-    case JobDeviceState::Crashed:
-        return run.timedOut ? QStringLiteral("timed out") : QStringLiteral("crashed");
-    case JobDeviceState::Aborted:
-        return QStringLiteral("aborted");
-    default:
-        return QStringLiteral("not started");
-    }
-}
 
 QString reasonOf(const JobDeviceRun& run)
 {
@@ -363,7 +348,8 @@ void StationEngine::onUnitFinished(const QString& slotId, const JobDeviceRun& ru
     const bool passed = run.state == JobDeviceState::Done;
     const QString reason = passed ? QString() : reasonOf(run);
     setState(*it, passed ? StationSlot::State::Pass : StationSlot::State::Fail, reason);
-    emit unitFinished(StationUnit{slotId, run.id, passed, outcomeOf(run), run.elapsedMs, reason, {}});
+    emit unitFinished(
+        StationUnit{slotId, run.id, passed, RunReport::outcomeWord(run), run.elapsedMs, reason, {}});
 }
 
 void StationEngine::onUnitEnded(const QString& slotId)

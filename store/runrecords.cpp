@@ -1,6 +1,7 @@
 #include "runrecords.h"
 
 #include "jobrunengine.h"
+#include "runreport.h"
 
 #include <QUuid>
 
@@ -8,21 +9,7 @@ namespace RunRecords {
 
 QString outcome(const JobDeviceRun& run)
 {
-    switch (run.state) {
-    case JobDeviceState::Done:
-        return QStringLiteral("done");
-    case JobDeviceState::Failed:
-        return QStringLiteral("failed");
-    case JobDeviceState::Crashed:
-        return run.timedOut ? QStringLiteral("timed out") : QStringLiteral("crashed");
-    case JobDeviceState::Aborted:
-        return QStringLiteral("aborted");
-    case JobDeviceState::Waiting:
-    case JobDeviceState::Running:
-    case JobDeviceState::NotStarted:
-        break;
-    }
-    return QStringLiteral("not started");
+    return RunReport::outcomeWord(run);
 }
 
 QVariantMap auditRecord(const QString& station, const QString& actor, const QString& what,
