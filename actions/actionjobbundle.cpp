@@ -48,9 +48,11 @@ bool BulkOperationsWidget::prepareBatchJobFile(const QString& path, QStringList&
 void BulkOperationsWidget::saveBatchJob(const QString& path)
 {
     QStringList variableNames;
-    if (prepareBatchJobFile(path, variableNames))
-        jobOrigin = {QFileInfo(path).absoluteFilePath(), RunReport::sha256OfFile(path),
-                     JobHash::sha256(jobOnPage())};
+    if (!prepareBatchJobFile(path, variableNames))
+        return;
+    jobOrigin = {QFileInfo(path).absoluteFilePath(), RunReport::sha256OfFile(path),
+                 JobHash::sha256(jobOnPage())};
+    clearErrorAfterSuccess(false);
 }
 
 void BulkOperationsWidget::loadBatchJob(const QString& path)
@@ -86,9 +88,6 @@ void BulkOperationsWidget::loadBatchJob(const QString& path)
 
     actionSelectorRestoreActionsFromSteps(steps);
     jobOrigin = {QFileInfo(path).absoluteFilePath(), fileSha256, JobHash::sha256(jobOnPage())};
-    // A good load replaces whatever went wrong before it (an earlier load, an earlier job's checks),
-    // but not an executable that still does not answer.
-    clearErrorMessage();
-    if (!corvaneExecutableValid)
-        reportInvalidExecutable();
+    // A good load replaces whatever went wrong before it, an earlier job's checks included.
+    clearErrorAfterSuccess(true);
 }

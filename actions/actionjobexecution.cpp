@@ -74,7 +74,7 @@ void BulkOperationsWidget::recheckProblemsShown()
     if (problems.isEmpty()) {
         clearErrorMessage();
     } else {
-        emit errorEncountered(problems.join(QLatin1Char('\n')));
+        emit errorEncountered(JobChecks::summary(problems));
         problemsShown = true;
     }
 }
@@ -102,7 +102,7 @@ void BulkOperationsWidget::runJob(const QList<int>& rows)
     // every board: every problem at once, and the line goes when they are fixed.
     const QStringList problems = problemsBeforeRun(actions, request);
     if (!problems.isEmpty()) {
-        emit errorEncountered(problems.join(QLatin1Char('\n')));
+        emit errorEncountered(JobChecks::summary(problems));
         problemsShown = true;
         return;
     }

@@ -162,6 +162,17 @@ void BulkOperationsWidget::reportInvalidExecutable()
         tr("The provided Lumenar Corvane path is not valid. Please provide a valid path in the settings."));
 }
 
+void BulkOperationsWidget::clearErrorAfterSuccess(bool newJob)
+{
+    // The checks keep their own problems current; only a new job makes them the old job's.
+    if (problemsShown && !newJob)
+        return;
+    clearErrorMessage();
+    // An executable that does not answer is still true after any load or save.
+    if (!corvaneExecutableValid)
+        reportInvalidExecutable();
+}
+
 void BulkOperationsWidget::onErrorEncountered(const QString& message)
 {
     errorLabel->setText(tr("ERROR: %1").arg(message));

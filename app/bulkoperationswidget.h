@@ -181,6 +181,8 @@ public:
     QList<int> checkedDeviceRows() const;
     // The error line's word on an executable that does not answer; it stays until the path is fixed.
     void reportInvalidExecutable();
+    // After a good load (a new job) or save: what the line said before no longer holds.
+    void clearErrorAfterSuccess(bool newJob);
     // What the checks before Run find in the job on the page.
     QStringList problemsBeforeRun(const QList<JobCheckAction>& actions, const JobRunRequest& request) const;
     // The checks again after an edit, while their problems are on the error line.

@@ -234,6 +234,14 @@ QStringList problems(const QList<JobCheckAction>& actions, const QList<JobDevice
     return found;
 }
 
+QString summary(const QStringList& problems, int shown)
+{
+    QStringList lines = problems.mid(0, shown);
+    if (problems.size() > shown)
+        lines << QCoreApplication::translate("JobChecks", "and %n more", nullptr, problems.size() - shown);
+    return lines.join(QLatin1Char('\n'));
+}
+
 QString firstProblem(const QList<JobCheckAction>& actions, const QList<JobDevice>& devices,
                      const JobContext& context, const FileProbe& probe)
 {

@@ -50,4 +50,7 @@ QString firstProblem(const QList<JobCheckAction>& actions, const QList<JobDevice
 QStringList problems(const QList<JobCheckAction>& actions, const QList<JobDevice>& devices,
                      const JobContext& context, const FileProbe& probe = readableFile);
 
+// The problems for the error line: the first `shown` one per line, then "and N more".
+QString summary(const QStringList& problems, int shown = 5);
+
 } // namespace JobChecks

@@ -207,6 +207,11 @@ private slots:
         QCOMPARE(problems.last(),
                  QStringLiteral("Device 801002345 is listed twice: remove one of the rows."));
         QVERIFY(JobChecks::problems({logInfo()}, {usb("801002345")}, context).isEmpty());
+
+        // The error line shows the first few and counts the rest.
+        QCOMPARE(JobChecks::summary(problems, 2),
+                 problems.mid(0, 2).join('\n') + QStringLiteral("\nand 2 more"));
+        QCOMPARE(JobChecks::summary(problems), problems.join('\n'));
     }
 
     void realFiles()
