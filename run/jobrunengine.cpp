@@ -411,22 +411,36 @@ QString JobRunEngine::runFolder() const
     return folder ? folder->path() : QString();
 }
 
+// Crashed and never started devices are not "failed": a crash points at the tool or the board,
+// a device never started was never tried. They are named only when there are any.
+static QString jobRunExtraCounts(const JobRunCounts& counts)
+{
+    QString extra;
+    if (counts.crashed > 0)
+        extra += QCoreApplication::translate("JobRunEngine", ", %1 crashed").arg(counts.crashed);
+    if (counts.notStarted > 0)
+        extra += QCoreApplication::translate("JobRunEngine", ", %1 not started").arg(counts.notStarted);
+    return extra;
+}
+
 QString jobRunTotalsText(const JobRunCounts& counts, qint64 elapsedMs, bool finished)
 {
-    const int failed = counts.failed + counts.crashed + counts.notStarted;
     const QString elapsed = JobExecution::elapsedText(elapsedMs);
+    const QString extra = jobRunExtraCounts(counts);
     if (finished)
         return QCoreApplication::translate("JobRunEngine",
-                                           "Last run: %1 done, %2 failed, %3 aborted of %4 in %5")
+                                           "Last run: %1 done, %2 failed%3, %4 aborted of %5 in %6")
             .arg(counts.done)
-            .arg(failed)
+            .arg(counts.failed)
+            .arg(extra)
             .arg(counts.aborted)
             .arg(counts.total())
             .arg(elapsed);
     return QCoreApplication::translate("JobRunEngine",
-                                       "%1 done, %2 failed, %3 aborted, %4 running, %5 waiting, %6")
+                                       "%1 done, %2 failed%3, %4 aborted, %5 running, %6 waiting, %7")
         .arg(counts.done)
-        .arg(failed)
+        .arg(counts.failed)
+        .arg(extra)
         .arg(counts.aborted)
         .arg(counts.running)
         .arg(counts.waiting)

@@ -99,7 +99,7 @@ struct JobRunCounts
 // The totals of a run as one line: while it runs, every state and the time so far
 // ("3 done, 1 failed, 0 aborted, 2 running, 10 waiting, 12.50 s"); once it ended, its
 // result ("Last run: 95 done, 3 failed, 2 aborted of 100 in 3 m 12 s"). Crashed and
-// never started devices count as failed.
+// never started devices are counted apart from failed ones, named only when present.
 QString jobRunTotalsText(const JobRunCounts& counts, qint64 elapsedMs, bool finished);
 
 // Runs a job on many devices: writes the job bundle into a run folder of its

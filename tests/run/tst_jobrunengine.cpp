@@ -206,6 +206,42 @@ private slots:
         QCOMPARE(engine.device(QStringLiteral("801002346"))->state, JobDeviceState::Aborted);
         QCOMPARE(session.runFolders(), QStringList());
     }
+
+    // Crashed and never started devices stay out of "failed" and are named only when present.
+    void totalsText_data()
+    {
+        QTest::addColumn<int>("failed");
+        QTest::addColumn<int>("crashed");
+        QTest::addColumn<int>("notStarted");
+        QTest::addColumn<bool>("finished");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("only failures")
+            << 2 << 0 << 0 << true << "Last run: 3 done, 2 failed, 1 aborted of 6 in ";
+        QTest::newRow("crash apart") << 1 << 1 << 0 << true
+                                     << "Last run: 3 done, 1 failed, 1 crashed, 1 aborted of 6 in ";
+        QTest::newRow("never started apart")
+            << 0 << 0 << 2 << true << "Last run: 3 done, 0 failed, 2 not started, 1 aborted of 6 in ";
+        QTest::newRow("running, all kinds")
+            << 1 << 1 << 1 << false
+            << "3 done, 1 failed, 1 crashed, 1 not started, 1 aborted, 0 running, 0 waiting, ";
+    }
+
+    void totalsText()
+    {
+        QFETCH(int, failed);
+        QFETCH(int, crashed);
+        QFETCH(int, notStarted);
+        QFETCH(bool, finished);
+        QFETCH(QString, expected);
+        JobRunCounts counts;
+        counts.done = 3;
+        counts.aborted = 1;
+        counts.failed = failed;
+        counts.crashed = crashed;
+        counts.notStarted = notStarted;
+        const QString text = jobRunTotalsText(counts, 1500, finished);
+        QVERIFY2(text.startsWith(expected), qPrintable(text));
+    }
 };
 
 HARNWICK_TEST(TestJobRunEngine)
