@@ -90,6 +90,13 @@ QString emptyVariableProblem(const QList<JobCheckAction>& actions, const QList<J
                     named = QCoreApplication::translate("JobChecks", "%1 and %n more", nullptr,
                                                         count - maxNamedDevices)
                                 .arg(named);
+                // A discovered adapter's nickname is the adapter's own: the table cannot change it.
+                if (name.compare(QLatin1String("nickname"), Qt::CaseInsensitive) == 0)
+                    return QCoreApplication::translate(
+                               "JobChecks", "Action %1 uses {{%2}}, which is empty for %3: give the "
+                                            "adapter a nickname with the tool, or uncheck those "
+                                            "devices.")
+                        .arg(actionNumber(i), name, named);
                 return QCoreApplication::translate("JobChecks", "Action %1 uses {{%2}}, which is empty for "
                                                                 "%3: fill it in or uncheck those devices.")
                     .arg(actionNumber(i), name, named);

@@ -99,7 +99,7 @@ private slots:
         ActionPage::runButton(page)->click();
         QCOMPARE(errorText(page),
                  QStringLiteral("ERROR: Action 1 uses {{nickname}}, which is empty for 801017734: "
-                                "fill it in or uncheck those devices."));
+                                "give the adapter a nickname with the tool, or uncheck those devices."));
         QCOMPARE(ActionPage::runButton(page)->text(), QStringLiteral("Run"));
         QVERIFY(session.batchInvocations().isEmpty());
         model(page)->item(1, DeviceNicknameColumn)->setText(QStringLiteral("rack-b2"));

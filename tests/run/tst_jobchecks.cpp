@@ -98,8 +98,8 @@ private slots:
         QTest::newRow("variable before file")
             << QList<JobCheckAction>{logInfo(), flash("/absent.hex"), command({"-n", "{{nickname}}"})}
             << QList<JobDevice>{usb("801002345", "KM32G101F512", "")} << files
-            << "Action 3 uses {{nickname}}, which is empty for 801002345: fill it in or uncheck those "
-               "devices.";
+            << "Action 3 uses {{nickname}}, which is empty for 801002345: give the adapter a nickname with "
+               "the tool, or uncheck those devices.";
         QTest::newRow("file before duplicate device")
             << QList<JobCheckAction>{flash(okImage, false), flash("/absent.hex")}
             << QList<JobDevice>{usb("801002345"), usb("801002345")} << files
@@ -136,11 +136,11 @@ private slots:
         QTest::newRow("five named, the rest counted")
             << QList<JobCheckAction>{command({"{{nickname}}"})} << many << files
             << "Action 1 uses {{nickname}}, which is empty for 801000001, 801000003, 192.0.2.24, 801000005, "
-               "801000006 and 2 more: fill it in or uncheck those devices.";
+               "801000006 and 2 more: give the adapter a nickname with the tool, or uncheck those devices.";
         QTest::newRow("exactly five named")
             << QList<JobCheckAction>{command({"{{nickname}}"})} << many.mid(0, 6) << files
             << "Action 1 uses {{nickname}}, which is empty for 801000001, 801000003, 192.0.2.24, 801000005, "
-               "801000006: fill it in or uncheck those devices.";
+               "801000006: give the adapter a nickname with the tool, or uncheck those devices.";
 
         // Files.
         QTest::newRow("image path per device")
