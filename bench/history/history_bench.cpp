@@ -8,6 +8,7 @@
 //   history_bench [RESULTS [ROUNDS]]      (default 1000000 results, 5 rounds)
 
 #include "historymodel.h"
+#include "historystatistics.h"
 #include "productionstore.h"
 
 #include <QCoreApplication>
@@ -143,6 +144,24 @@ int main(int argc, char** argv)
     day.since = day.until =
         QDateTime::fromMSecsSinceEpoch(1790000000000 + qint64(results / 2) * 86400).date();
     measure("failed_on_one_day_page", day, 1);
+    // One unit's runs, as choosing a result in the window lists them.
+    HistoryFilter unit;
+    unit.exactDeviceId = QString::number(810000000 + results / 3);
+    measure("unit_by_id_page", unit, 1);
+    // The yield chart's input over a month, read and reduced as the window does.
+    HistoryFilter month;
+    month.since = QDateTime::fromMSecsSinceEpoch(1790000000000 + qint64(results / 2) * 86400).date();
+    month.until = month.since.addDays(29);
+    model.setFilter(month);
+    const double yieldMs = medianMs(rounds, [&] {
+        QVector<HistoryStatistics::UnitRun> runs;
+        bool truncated = false;
+        QString ignored;
+        model.unitRunsForYield(200000, &runs, &truncated, &ignored);
+        HistoryStatistics::yieldPerDay(runs);
+    });
+    figure("yield_month_ms", yieldMs, "ms");
+    std::printf("yield_month_ratio\t%.1f\tx select_1\n", yieldMs / qMax(baseline, 1e-6));
     HistoryFilter missing;
     missing.deviceText = QStringLiteral("no such unit");
     sinceTick.start();
