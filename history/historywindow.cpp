@@ -54,6 +54,12 @@ QTableView* resultTable(HistoryModel* model, QWidget* parent)
     view->setEditTriggers(QAbstractItemView::NoEditTriggers);
     view->verticalHeader()->hide();
     view->horizontalHeader()->setStretchLastSection(true);
+    view->verticalHeader()->setDefaultSectionSize(view->fontMetrics().height() + 6);
+    // Sized to the first page of each filter; measuring every row fetched would cost as the store grows.
+    QObject::connect(model, &HistoryModel::pageRead, view, [view, model] {
+        if (model->rowCount() <= HistoryModel::pageSize)
+            view->resizeColumnsToContents();
+    });
     return view;
 }
 
@@ -369,6 +375,7 @@ void HistoryWindow::updateCharts()
     cumulative->attachAxis(typeAxis);
     auto* countAxis = new QValueAxis;
     countAxis->setRange(0, qMax(1, maximum));
+    countAxis->applyNiceNumbers();
     countAxis->setLabelFormat(QStringLiteral("%d"));
     paretoChart->addAxis(countAxis, Qt::AlignLeft);
     barSeries->attachAxis(countAxis);
