@@ -500,6 +500,49 @@ private slots:
 
     // harnwick --run killed at random moments while it writes: the store always opens intact, and every
     // device whose end the program printed is in the store or in a journal.
+    // Two programs write their runs into one PostgreSQL store at the same time: every result once.
+    void twoProgramsOneServer()
+    {
+        SimulatorSession session(tenAdapters());
+        SimulatorSession::setSpeed("0.1");
+        const QString url = stores.freshUrl(QStringLiteral("postgres"));
+        if (url.isEmpty())
+            return;
+        QTemporaryDir folder;
+        std::vector<std::unique_ptr<ForkedProcess>> programs;
+        for (int half = 0; half < 2; ++half) {
+            QList<BatchUtil::DeviceEntry> entries;
+            for (int i = 1; i <= 5; ++i) {
+                BatchUtil::DeviceEntry entry;
+                entry.serialNumber = quint32(810000100 + 5 * half + i);
+                entry.connectionType = BatchUtil::Usb;
+                entry.targetDevice = QStringLiteral("KM32G101F512");
+                entry.selected = true;
+                entries << entry;
+            }
+            const QString bundle = folder.filePath(QStringLiteral("half%1.hwj").arg(half));
+            QVERIFY(BatchUtil().bundleWrite(bundle,
+                                            {step("log_device_info"), step("wait", {{"duration_ms", 20}})},
+                                            entries, false, QString(), 0, {}));
+            programs.push_back(std::make_unique<ForkedProcess>());
+            programs.back()->start(TestEnvironment::programPath(QStringLiteral(HARNWICK_PROGRAM)),
+                                   {QStringLiteral("--run"), bundle, QStringLiteral("--no-logs"),
+                                    QStringLiteral("--database"), url});
+        }
+        for (const auto& program : programs) {
+            QVERIFY(program->waitForFinished(120000));
+            QVERIFY2(program->exitCode() == 0, program->readAllStandardError().constData());
+        }
+        SimulatorSession::setSpeed("0");
+        ProductionStore store;
+        QString error;
+        QVERIFY2(store.open(locationOf(url), &error), qPrintable(error));
+        QCOMPARE(count(store, QStringLiteral("SELECT count(*) FROM runs")), 2);
+        QCOMPARE(count(store, QStringLiteral("SELECT count(*) FROM device_results WHERE outcome = 'done'")),
+                 10);
+        QCOMPARE(count(store, QStringLiteral("SELECT count(DISTINCT device_id) FROM device_results")), 10);
+    }
+
     void killedWhileWriting()
     {
         SimulatorSession session(tenAdapters());
